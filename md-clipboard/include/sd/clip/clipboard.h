@@ -1,0 +1,174 @@
+/// @file
+/// The two interfaces between the library and its host: Clipboard, which the host calls, and ClipboardListener,
+/// which the host implements. Start here; the records that travel through them stand in clipboard_data.h.
+///
+/// The order that a host follows:
+///  1. Clipboard::Get.
+///  2. Clipboard::SetListener, before Init: the first report comes two seconds after Init, to whoever listens then.
+///  3. Clipboard::SetFileClipboardSupported(true) if the guest takes files; until then files are refused both ways.
+///  4. Clipboard::InitFileLazyRenderer with a cache directory, and SetSupportFileClipboardFullPostProcessMode.
+///  5. Clipboard::Init, on a thread that goes on to pump messages.
+///  6. On OnClipboardFormats: Clipboard::GetClipboardData for a listed format, and send it to the guest.
+///  7. On data from the guest: Clipboard::SetClipboardData, on a thread that may block.
+///  8. At the end: Clipboard::UnInit.
+///
+/// Strings are UTF-8. No operation throws; failures are told by results and by log lines under the tag "clipboard".
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sd/clip/export.h"
+
+namespace sd::clip {
+
+/// What kind of data a record holds. These are the library's own numbers, not the platform's clipboard formats.
+/// The value 0 stands for "no such format".
+enum class ClipboardFormat : std::int32_t {
+    Text = 1,      ///< text
+    Image = 2,     ///< an image
+    File = 6,      ///< a list of files
+    FileLazy = 8,  ///< an argument of Clipboard::SetClipboardData only: paste through one placeholder file
+    Richtext = 9,  ///< rich text
+};
+
+/// The root of all records. Records are held by std::shared_ptr.
+/// Threads: a record has no lock; it must not change once it was handed over.
+class MD_CLIPBOARD_API ClipboardData {
+public:
+    ClipboardData();
+    ClipboardData(const ClipboardData& other);
+    ClipboardData& operator=(const ClipboardData& other);
+    virtual ~ClipboardData();
+
+    /// @return the kind of data that this record holds
+    virtual ClipboardFormat GetFormat() = 0;
+};
+
+/// What the host implements to hear of clipboard changes and of operations on files.
+///
+/// Threads: both operations are called from several threads, possibly at once: OnClipboardFormats and the events of
+/// copy detection on the library's worker; events of Clipboard::SetClipboardData on its caller's thread; events of a
+/// paste on the thread on which the platform serves the pasting application; events of arriving data on the thread
+/// that delivers them. A listener that blocks holds up its caller, never the thread that pumps messages.
+/// From either operation the host may call Clipboard::GetClipboardData, SetListener and the setters. From the events
+/// "cancelTransfer", "transferFinish" and "endClipboardFile" it must not deliver file data.
+///
+/// An exception that leaves a listener is not caught by the library and ends the process.
+class MD_CLIPBOARD_API ClipboardListener {
+public:
+    ClipboardListener();
+    ClipboardListener(const ClipboardListener& other);
+    ClipboardListener& operator=(const ClipboardListener& other);
+
+    /// A clipboard change was detected.
+    /// @param formats what the host may fetch with Clipboard::GetClipboardData; empty after every change that offers
+    ///        nothing for the guest, such as a copied text
+    virtual void OnClipboardFormats(const std::vector<ClipboardFormat>& formats) = 0;
+
+    /// Something happened to a file operation; for counting and tracing.
+    /// @param operation   the flow, such as "clipboardFileCopy"
+    /// @param stage       the step in that flow; "condition" means a gate that stopped it; may be empty
+    /// @param dataType    always "file"
+    /// @param number      a count of files or a size in bytes, by event; -1 where there is none
+    /// @param message     readable text
+    /// @param result      "sucess" or "error"; hosts compare this word, so its spelling stays
+    /// @param errorCode   decimal error code ("1501": not set on the clipboard in time; "1502": waiting for file data
+    ///                    timed out), else empty
+    /// @param errorDetail short cause, else empty
+    virtual void OnClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
+                                  std::string message, std::string result, std::string errorCode,
+                                  std::string errorDetail) = 0;
+
+protected:
+    // Listeners are owned through the shared_ptr that they were made with and are never deleted through this
+    // interface. A virtual destructor would take a slot and change the table that hosts are built against.
+    ~ClipboardListener();
+};
+
+/// The clipboard engine, one for each process.
+///
+/// Threads: every operation may be called from any thread, but for Init, whose thread must pump messages afterwards.
+/// The engine lives until the process ends, and the library stays loaded once its first thread runs.
+class MD_CLIPBOARD_API Clipboard {
+public:
+    Clipboard();
+    Clipboard(const Clipboard& other);
+    Clipboard& operator=(const Clipboard& other);
+
+    /// @return the one engine, made at the first call; null if the system had no memory or thread for it, in which
+    ///         case the next call tries again
+    static std::shared_ptr<Clipboard> Get();
+
+    /// Makes the hidden window on the calling thread and starts to listen for clipboard changes. What the clipboard
+    /// already holds is reported two seconds later. Must be called on a thread that dispatches messages.
+    /// @return always false; failures are in the log only
+    virtual bool Init() = 0;
+
+    /// Stops listening. The window and the worker stay.
+    /// @return always false
+    virtual bool UnInit() = 0;
+
+    /// Opens the system clipboard for the calling thread; for work of the host's own. Tries up to ten times, for
+    /// about 50 milliseconds. Opening again while it is open does nothing and succeeds.
+    /// @return whether the clipboard is open
+    virtual bool Open() = 0;
+
+    /// Closes the system clipboard. One Close undoes any number of Opens. To be called on the thread of the Open.
+    /// @return always true
+    virtual bool Close() = 0;
+
+    /// Tells whether the guest takes file lists; false until called.
+    virtual void SetFileClipboardSupported(bool supported) = 0;
+
+    /// Installs the listener in the place of any earlier one; null removes it. A call into the earlier listener that
+    /// already runs on another thread goes on and keeps it alive.
+    /// @return the engine
+    virtual std::shared_ptr<Clipboard> SetListener(std::shared_ptr<ClipboardListener> listener) = 0;
+
+    /// Reads the clipboard. For files this walks the copied directories and can take long.
+    /// @param format what to read; ClipboardFormat::File is what OnClipboardFormats reports
+    /// @return the record, a ClipboardFileDataImpl for files (its list is empty when all files are gone); null when
+    ///         the clipboard holds no such data, cannot be opened or files are not supported
+    virtual std::shared_ptr<ClipboardData> GetClipboardData(ClipboardFormat format) = 0;
+
+    /// @return always empty; in the interface for hosts that were built against it
+    virtual std::vector<ClipboardFormat> GetAvailableFormats() = 0;
+
+    /// @return always false; in the interface for hosts that were built against it
+    virtual bool IsFormatAvailable(ClipboardFormat format) = 0;
+
+    /// Puts a file list from the guest on the local clipboard. Blocks until that is done, for up to an hour.
+    /// Not there yet: logs and returns false.
+    /// @param format ClipboardFormat::FileLazy for the placeholder route; anything else for the streamed route
+    /// @param data   the list and the host's functions
+    /// @return whether the list was taken
+    virtual bool SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data) = 0;
+
+    /// Stores the cache directory, for both routes, and starts the placeholder route.
+    /// Starting is not there yet: stores the directory, logs and returns false.
+    /// @param cacheDirectory UTF-8; an existing directory or a path with forward slashes, with a separator at its end
+    /// @return whether the placeholder route is ready
+    virtual bool InitFileLazyRenderer(std::string cacheDirectory) = 0;
+
+    /// The host's report that a transfer failed. Not there yet: logs.
+    /// @param fail 1 ends the running transfer; any other value is only logged
+    virtual void NotifyFileTransferFailed(std::uint32_t fail) = 0;
+
+    /// The host's report that it has brought the files of a paste by placeholder. Not there yet: logs.
+    /// @param result the host's result, 0 for success
+    virtual void NotifyFileLazyRenderingComplete(std::int32_t result) = 0;
+
+    /// In full post-process mode a copied directory stays a single entry of the list; otherwise, as at the start,
+    /// it is walked down to its files.
+    virtual void SetSupportFileClipboardFullPostProcessMode(bool supported) = 0;
+
+protected:
+    // The engine is never deleted. A virtual destructor would take a slot and change the table that hosts are built
+    // against.
+    ~Clipboard();
+};
+
+}  // namespace sd::clip

@@ -1,0 +1,55 @@
+#include "support/pumping_thread.h"
+
+#include <future>
+
+namespace {
+
+constexpr UINT kRunFunction = WM_APP + 1;
+
+struct Request {
+    const std::function<void()>* function;
+    std::promise<void> done;
+};
+
+void pump()
+{
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        if (message.hwnd == nullptr && message.message == kRunFunction) {
+            auto* request = reinterpret_cast<Request*>(message.lParam);
+            (*request->function)();
+            request->done.set_value();
+        } else {
+            DispatchMessageW(&message);
+        }
+    }
+}
+
+}  // namespace
+
+PumpingThread::PumpingThread()
+{
+    std::promise<DWORD> started;
+    auto id = started.get_future();
+    mThread = std::thread([&started] {
+        MSG message;
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // makes the thread's queue
+        started.set_value(GetCurrentThreadId());
+        pump();
+    });
+    mId = id.get();
+}
+
+PumpingThread::~PumpingThread()
+{
+    PostThreadMessageW(mId, WM_QUIT, 0, 0);
+    mThread.join();
+}
+
+void PumpingThread::run(const std::function<void()>& function)
+{
+    Request request{&function, {}};
+    auto done = request.done.get_future();
+    PostThreadMessageW(mId, kRunFunction, 0, reinterpret_cast<LPARAM>(&request));
+    done.get();
+}

@@ -1,0 +1,27 @@
+// A thread that pumps messages, as a host's window thread does, and runs what a test asks it to.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <thread>
+
+class PumpingThread {
+public:
+    PumpingThread();
+    ~PumpingThread();  // leaves the message loop and waits
+    PumpingThread(const PumpingThread&) = delete;
+    PumpingThread& operator=(const PumpingThread&) = delete;
+
+    // Runs the function on the thread, between two messages, and waits for it.
+    void run(const std::function<void()>& function);
+
+    DWORD id() const
+    {
+        return mId;
+    }
+
+private:
+    DWORD mId = 0;
+    std::thread mThread;
+};
