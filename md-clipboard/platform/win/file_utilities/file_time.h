@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+namespace sd::clip {
+
+// @param fileTime hundreds of nanoseconds since 1 January 1601 UTC
+// @return seconds since 1 January 1970 UTC
+constexpr std::int64_t FileTimeToUnixTime(std::uint64_t fileTime)
+{
+    constexpr std::uint64_t kUnixEpoch = 116444736000000000;  // 1 January 1970 as a file time
+    constexpr std::int64_t kUnitsPerSecond = 10000000;
+    return static_cast<std::int64_t>(fileTime - kUnixEpoch) / kUnitsPerSecond;
+}
+
+}  // namespace sd::clip
