@@ -1,0 +1,158 @@
+#include "clipboard_win/clipboard_impl.h"
+
+#include <ole2.h>
+
+#include <exception>
+#include <utility>
+
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+struct FormatRow {
+    ClipboardFormat format;
+    UINT platformFormat;
+};
+
+// What the library reports and reads. Files alone: this is a bridge for files.
+constexpr FormatRow kFormatTable[] = {
+    {ClipboardFormat::File, CF_HDROP},
+};
+
+struct CacheDirectory {
+    std::mutex mutex;
+    std::string path;
+};
+
+CacheDirectory& cacheDirectory()
+{
+    static auto& directory = *new CacheDirectory;  // never destroyed: threads read it until the process ends
+    return directory;
+}
+
+// Keeps this module loaded for the rest of the process: its threads are never joined, so unloading would pull the code
+// away from under them.
+void pinModule()
+{
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(&pinModule), &module);
+}
+
+std::shared_ptr<ClipboardImpl> makeEngine()
+{
+    pinModule();
+    return std::shared_ptr<ClipboardImpl>(new ClipboardImpl, [](ClipboardImpl*) {});
+}
+
+}  // namespace
+
+std::shared_ptr<Clipboard> Clipboard::Get()
+{
+    return ClipboardImpl::instance();
+}
+
+std::shared_ptr<ClipboardImpl> ClipboardImpl::instance()
+{
+    try {
+        // Never destroyed either; a failure leaves it unmade, and the next call tries again.
+        static auto& engine = *new std::shared_ptr<ClipboardImpl>(makeEngine());
+        return engine;
+    } catch (const std::exception& failure) {
+        CLIP_LOG(kLogFatal, "Clipboard engine can't be made: %s", failure.what());
+        return nullptr;
+    }
+}
+
+ClipboardImpl::ClipboardImpl()
+{
+    for (const FormatRow& row : kFormatTable)
+        mFormatMap.emplace(row.format, row.platformFormat);
+}
+
+std::string ClipboardImpl::GetCacheDirectory()
+{
+    std::lock_guard<std::mutex> lock(cacheDirectory().mutex);
+    return cacheDirectory().path;
+}
+
+void ClipboardImpl::SetFileClipboardSupported(bool supported)
+{
+    mFileClipboardSupported = supported;
+}
+
+std::shared_ptr<Clipboard> ClipboardImpl::SetListener(std::shared_ptr<ClipboardListener> listener)
+{
+    {
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        mListener.swap(listener);
+    }
+    // The earlier listener is released here, outside the lock: its destructor is the host's.
+    listener.reset();
+    return Get();
+}
+
+std::vector<ClipboardFormat> ClipboardImpl::GetAvailableFormats()
+{
+    return {};
+}
+
+bool ClipboardImpl::IsFormatAvailable(ClipboardFormat /*format*/)
+{
+    return false;
+}
+
+bool ClipboardImpl::InitFileLazyRenderer(std::string directory)
+{
+    {
+        std::lock_guard<std::mutex> lock(cacheDirectory().mutex);
+        cacheDirectory().path = std::move(directory);
+    }
+    CLIP_LOG(kLogError, "The lazy renderer is not there yet");
+    return false;
+}
+
+void ClipboardImpl::SetSupportFileClipboardFullPostProcessMode(bool supported)
+{
+    mFileLazyRenderer.SetSupportFileClipboardFullPostProcessMode(supported);
+}
+
+void ClipboardImpl::notifyClipboardEvent(std::string operation, std::string stage, std::string dataType,
+                                         std::int64_t number, std::string message, std::string result,
+                                         std::string errorCode, std::string errorDetail)
+{
+    if (const auto current = listener()) {
+        current->OnClipboardEvent(std::move(operation), std::move(stage), std::move(dataType), number,
+                                  std::move(message), std::move(result), std::move(errorCode), std::move(errorDetail));
+    }
+}
+
+void ClipboardImpl::resetClipCObjectData(ClipDataObject* object)
+{
+    CLIP_LOG(kLogInfo, "mClipDataObject=%p, object:%p", static_cast<void*>(mClipDataObject.load()),
+             static_cast<void*>(object));
+    mClipDataObject.compare_exchange_strong(object, nullptr);
+}
+
+void ClipboardImpl::resetOleclipboard()
+{
+    CLIP_LOG(kLogInfo, "clear OLE Clipboard\n");
+    OleSetClipboard(nullptr);
+}
+
+std::shared_ptr<ClipboardListener> ClipboardImpl::listener() const
+{
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    return mListener;
+}
+
+void ClipboardImpl::keepClipData(std::shared_ptr<ClipboardData> data)
+{
+    // The earlier record goes with `data`, after the lock: its functions are the host's.
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    mClipData.swap(data);
+}
+
+}  // namespace sd::clip

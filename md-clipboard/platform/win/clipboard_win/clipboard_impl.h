@@ -1,0 +1,107 @@
+// The engine: the one object behind Clipboard::Get.
+//
+// Its operations stand in files of their own: message_window.cpp (the hidden window and the first report),
+// clipboard_access.cpp (opening and closing), copy_detection.cpp (what a change means for the guest),
+// clipboard_reading.cpp, clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "clipboard_win/latest_task_thread.h"
+#include "data_object/clip_data_object.h"
+#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
+#include "sd/clip/clipboard.h"
+
+namespace sd::clip {
+
+// Threads: any, at once. No lock is held during a call to the host. Made once and never destroyed: detached threads
+// use it until the process ends.
+class ClipboardImpl : public Clipboard {
+public:
+    ClipboardImpl();
+    ~ClipboardImpl() = delete;
+
+    // The one engine, made at the first call; null where the system had no memory or thread for it.
+    static std::shared_ptr<ClipboardImpl> instance();
+
+    // A copy of the directory that InitFileLazyRenderer was given; empty before. The directory is the process's, not
+    // the engine's: slices and placeholders both lie there.
+    static std::string GetCacheDirectory();
+
+    // Clipboard:
+    bool Init() override;
+    bool UnInit() override;
+    bool Open() override;
+    bool Close() override;
+    void SetFileClipboardSupported(bool supported) override;
+    std::shared_ptr<Clipboard> SetListener(std::shared_ptr<ClipboardListener> listener) override;
+    std::shared_ptr<ClipboardData> GetClipboardData(ClipboardFormat format) override;
+    std::vector<ClipboardFormat> GetAvailableFormats() override;
+    bool IsFormatAvailable(ClipboardFormat format) override;
+    bool SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data) override;
+    bool InitFileLazyRenderer(std::string cacheDirectory) override;
+    void NotifyFileTransferFailed(std::uint32_t fail) override;
+    void NotifyFileLazyRenderingComplete(std::int32_t result) override;
+    void SetSupportFileClipboardFullPostProcessMode(bool supported) override;
+
+    // Forwards to the listener's OnClipboardEvent, on the calling thread; nothing without a listener.
+    void notifyClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
+                              std::string message, std::string result, std::string errorCode, std::string errorDetail);
+
+    // Has the worker look at the clipboard, if the message is a clipboard update; returns at once. Lets no exception
+    // out, since its callers are a window procedure and a thread.
+    void onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    // Forgets the data object if it is still the noted one: an old object that dies after a newer one was noted must
+    // not clear the newer note.
+    void resetClipCObjectData(ClipDataObject* object);
+
+    // Empties the OLE clipboard of the calling thread.
+    void resetOleclipboard();
+
+private:
+    friend class TestAccess;
+
+    // message_window.cpp
+    HWND InitInstance(HINSTANCE module);
+    void syncClipboardDataToClient();
+
+    // copy_detection.cpp
+    void onDetectCopy(HWND window, unsigned long long wParam, long long lParam);
+    ClipboardFormat clipFormatFromPlatform(UINT platformFormat);
+    bool passesFileGates(const std::vector<UINT>& platformFormats);
+    void reportIgnoredCopy(const char* message);
+
+    // clipboard_reading.cpp
+    std::shared_ptr<ClipboardData> readText();
+    std::shared_ptr<ClipboardData> readFiles();
+    std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();
+
+    std::shared_ptr<ClipboardListener> listener() const;
+    void keepClipData(std::shared_ptr<ClipboardData> data);
+
+    std::shared_ptr<ClipboardListener> mListener;  // guarded by mStateMutex
+    std::atomic<HWND> mHwnd{nullptr};
+    std::atomic<bool> mClipboardOpened{false};              // this engine holds the clipboard open, on whichever thread
+    LatestTaskThread mDetectThread;                         // safe by itself
+    std::map<ClipboardFormat, UINT> mFormatMap;             // library format to platform format; guarded by mStateMutex
+    std::shared_ptr<ClipboardData> mClipData;               // the record now being exchanged; guarded by mStateMutex
+    std::atomic<ClipDataObject*> mClipDataObject{nullptr};  // a note only: the OLE clipboard owns the object
+    std::atomic<bool> mFileClipboardSupported{false};
+    FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
+
+    mutable std::mutex mStateMutex;
+    // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
+    // another, for the whole desktop. Taken before mStateMutex, never while the host runs.
+    std::mutex mReadMutex;
+};
+
+}  // namespace sd::clip

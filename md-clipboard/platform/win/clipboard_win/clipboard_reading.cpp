@@ -1,0 +1,206 @@
+// Turns what is on the system clipboard into a record for the host.
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <utility>
+
+#include "clipboard_win/clipboard_impl.h"
+#include "clipboard_win/global_lock.h"
+#include "file_utilities/clip_file_list.h"
+#include "file_utilities/encoding.h"
+#include "log.h"
+#include "sd/clip/clipboard_data.h"
+
+namespace sd::clip {
+
+namespace {
+
+constexpr UINT kAllFiles = 0xFFFFFFFF;  // asks DragQueryFileW for the count
+
+// Closes the clipboard at the end of its scope, also when memory runs out in between.
+class OpenedClipboard {
+public:
+    explicit OpenedClipboard(Clipboard& clipboard) : mClipboard(clipboard), mOpened(clipboard.Open()) {}
+    ~OpenedClipboard()
+    {
+        if (mOpened)
+            mClipboard.Close();
+    }
+    OpenedClipboard(const OpenedClipboard&) = delete;
+    OpenedClipboard& operator=(const OpenedClipboard&) = delete;
+
+    explicit operator bool() const
+    {
+        return mOpened;
+    }
+
+private:
+    Clipboard& mClipboard;
+    const bool mOpened;
+};
+
+enum class DropListFailure { kNone, kClipboardBusy, kNoData, kNotLocked, kEmpty };
+
+struct DropList {
+    DropListFailure failure = DropListFailure::kNone;
+    DWORD error = 0;                  // of kNoData
+    std::vector<std::wstring> paths;  // each with its terminator counted in its size
+};
+
+// Paths are not limited in length. A path that the platform does not give is left out.
+std::vector<std::wstring> queryPaths(HDROP drop, UINT count)
+{
+    std::vector<std::wstring> paths;
+    for (UINT index = 0; index < count; ++index) {
+        const UINT length = DragQueryFileW(drop, index, nullptr, 0);
+        std::wstring path(static_cast<std::size_t>(length) + 1, L'\0');
+        if (DragQueryFileW(drop, index, &path[0], length + 1) != 0)
+            paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+DropList readDropList(Clipboard& clipboard)
+{
+    DropList list;
+    const OpenedClipboard opened(clipboard);
+    if (!opened) {
+        list.failure = DropListFailure::kClipboardBusy;
+        return list;
+    }
+    const HANDLE handle = ::GetClipboardData(CF_HDROP);
+    if (handle == nullptr) {
+        list.error = GetLastError();
+        list.failure = DropListFailure::kNoData;
+        return list;
+    }
+    const GlobalLockScope lock(handle);
+    if (lock.data() == nullptr) {
+        list.failure = DropListFailure::kNotLocked;
+        return list;
+    }
+    const auto drop = static_cast<HDROP>(handle);
+    const UINT count = DragQueryFileW(drop, kAllFiles, nullptr, 0);
+    if (count == 0)
+        list.failure = DropListFailure::kEmpty;
+    else
+        list.paths = queryPaths(drop, count);
+    return list;
+}
+
+}  // namespace
+
+std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat format)
+{
+    UINT platformFormat = 0;
+    {
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        platformFormat = mFormatMap[format];  // an unknown format stays in the map with 0, which nothing reports
+    }
+    CLIP_LOG(kLogInfo, "clipformat:%d, cfformat:%d from %p", static_cast<int>(format), static_cast<int>(platformFormat),
+             static_cast<void*>(this));
+    switch (platformFormat) {
+        case CF_TEXT:
+        case CF_OEMTEXT:
+        case CF_UNICODETEXT:
+        case CF_DSPTEXT:
+            return readText();
+        case CF_BITMAP:
+        case CF_DIB:
+        case CF_DIBV5:
+        case CF_DSPBITMAP:
+            return std::make_shared<ClipboardImageDataImpl>();  // says only that an image is there
+        case CF_HDROP:
+            return readFiles();
+        default:
+            return nullptr;
+    }
+}
+
+std::shared_ptr<ClipboardData> ClipboardImpl::readText()
+{
+    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
+    std::lock_guard<std::mutex> reading(mReadMutex);
+    const OpenedClipboard opened(*this);
+    if (!opened)
+        return nullptr;
+    std::string text;
+    {
+        const GlobalLockScope lock(::GetClipboardData(CF_UNICODETEXT));
+        if (lock.data() == nullptr)
+            return nullptr;
+        // The text of another program may lack its terminator: nothing is read beyond the block.
+        text = WideToUtf8(lock.textUpToTerminator());
+    }
+    if (text.empty())
+        return nullptr;
+    auto record = std::make_shared<ClipboardTextDataImpl>();
+    record->SetText(std::move(text));
+    return record;
+}
+
+std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
+{
+    if (!mFileClipboardSupported) {
+        CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
+        return nullptr;
+    }
+    const auto paths = GetFilesFromClipboard();
+    if (paths == nullptr || paths->empty())
+        return nullptr;
+
+    const auto list = std::make_unique<ClipFileList>(*paths);
+    // In full post-process mode a copied directory stays one entry: the host walks it by its own means.
+    list->ExpandAllFiles(!mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode());
+    std::vector<ClipfileDescription> files;
+    list->CopyAllFiles(files);
+    if (!files.empty()) {
+        const ClipfileDescription& first = files.front();
+        CLIP_LOG(kLogInfo,
+                 "copy %d files to guest os, file[%d] : root(%s) relativePath(%s) fileName(%s) attributes(%ld) "
+                 "mode(%d), size(%lld) ...",
+                 static_cast<int>(files.size()), 0, first.root.c_str(), first.relativePath.c_str(),
+                 first.fileName.c_str(), static_cast<long>(first.attributes), static_cast<int>(first.mode),
+                 static_cast<long long>(first.size));
+    }
+    auto record = std::make_shared<ClipboardFileDataImpl>();
+    record->SetFiles(std::move(files));
+    keepClipData(record);
+    return record;
+}
+
+// The clipboard is free again before a message is written.
+std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
+{
+    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
+    DropList list;
+    {
+        std::lock_guard<std::mutex> reading(mReadMutex);
+        list = readDropList(*this);
+    }
+    switch (list.failure) {
+        case DropListFailure::kNone:
+            break;
+        case DropListFailure::kClipboardBusy:
+            return nullptr;
+        case DropListFailure::kNoData:
+            CLIP_LOG(kLogError, "Get clipboard data failed! error code %d", static_cast<int>(list.error));
+            return nullptr;
+        case DropListFailure::kNotLocked:
+            CLIP_LOG(kLogError, "GlobalLock error!");
+            return nullptr;
+        case DropListFailure::kEmpty:
+            CLIP_LOG(kLogError, "DragQueryFile error, Files == 0!");
+            return nullptr;
+    }
+    auto paths = std::make_shared<std::vector<std::string>>();
+    for (const std::wstring& path : list.paths) {
+        std::string text = WideToUtf8(path);
+        if (!text.empty())
+            paths->push_back(std::move(text));
+    }
+    return paths;
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,81 @@
+// How the engine's tests reach what it keeps private.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "clipboard_win/clipboard_impl.h"
+
+namespace sd::clip {
+
+class TestAccess {
+public:
+    // An engine of a test's own. Engines are never destroyed.
+    static ClipboardImpl& makeEngine()
+    {
+        return *new ClipboardImpl;
+    }
+
+    static void detectCopy(ClipboardImpl& engine)
+    {
+        engine.onDetectCopy(nullptr, 0, 0);
+    }
+    static HWND initInstance(ClipboardImpl& engine)
+    {
+        return engine.InitInstance(nullptr);
+    }
+    static HWND window(const ClipboardImpl& engine)
+    {
+        return engine.mHwnd;
+    }
+    static bool opened(const ClipboardImpl& engine)
+    {
+        return engine.mClipboardOpened;
+    }
+    static std::shared_ptr<ClipboardData> clipData(const ClipboardImpl& engine)
+    {
+        return engine.mClipData;
+    }
+    static std::shared_ptr<ClipboardListener> listener(const ClipboardImpl& engine)
+    {
+        return engine.mListener;
+    }
+    static bool supported(const ClipboardImpl& engine)
+    {
+        return engine.mFileClipboardSupported;
+    }
+    static ClipDataObject* notedObject(const ClipboardImpl& engine)
+    {
+        return engine.mClipDataObject;
+    }
+    static void noteObject(ClipboardImpl& engine, ClipDataObject* object)
+    {
+        engine.mClipDataObject = object;
+    }
+    static std::map<ClipboardFormat, UINT>& formatMap(ClipboardImpl& engine)
+    {
+        return engine.mFormatMap;
+    }
+    static FileClipboardLazyRenderer& renderer(ClipboardImpl& engine)
+    {
+        return engine.mFileLazyRenderer;
+    }
+    static ClipboardFormat formatFromPlatform(ClipboardImpl& engine, UINT platformFormat)
+    {
+        return engine.clipFormatFromPlatform(platformFormat);
+    }
+    static std::shared_ptr<std::vector<std::string>> filesFromClipboard(ClipboardImpl& engine)
+    {
+        return engine.GetFilesFromClipboard();
+    }
+
+    static std::vector<const void*> members(const ClipboardImpl& engine)
+    {
+        return {
+            &engine.mListener,         &engine.mHwnd,      &engine.mClipboardOpened, &engine.mDetectThread,
+            &engine.mFormatMap,        &engine.mClipData,  &engine.mClipDataObject,  &engine.mFileClipboardSupported,
+            &engine.mFileLazyRenderer, &engine.mStateMutex};
+    }
+};
+
+}  // namespace sd::clip

@@ -1,0 +1,310 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+
+#include "engine_access.h"
+#include "example_support/wine_window_fix.h"
+#include "support/clipboard_owner.h"
+#include "support/import_hook.h"
+#include "support/pumping_thread.h"
+#include "support/recording_listener.h"
+#include "support/recording_log.h"
+
+using namespace sd::clip;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+WNDCLASSEXA gClass;
+decltype(&RegisterClassExA) gRealRegister = nullptr;
+
+ATOM WINAPI keepClass(const WNDCLASSEXA* windowClass)
+{
+    gClass = *windowClass;
+    const ATOM atom = gRealRegister(windowClass);
+    SetLastError(0);
+    return atom;
+}
+
+HWND WINAPI failToCreate(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE, LPVOID)
+{
+    SetLastError(8);
+    return nullptr;
+}
+
+HWND gMade = nullptr;
+
+HWND WINAPI createWithStaleError(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, HMENU, HINSTANCE, LPVOID)
+{
+    gMade = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    SetLastError(1400);
+    return gMade;
+}
+
+struct CreateCall {
+    DWORD exStyle, style;
+    std::string className, title;
+    int x, y, width, height;
+    HWND parent;
+    HMENU menu;
+    HINSTANCE module;
+    LPVOID parameter;
+} gCreate;
+
+HWND WINAPI keepCreateCall(DWORD exStyle, LPCSTR className, LPCSTR title, DWORD style, int x, int y, int width,
+                           int height, HWND parent, HMENU menu, HINSTANCE module, LPVOID parameter)
+{
+    gCreate = {exStyle, style, className, title, x, y, width, height, parent, menu, module, parameter};
+    SetLastError(0);
+    return reinterpret_cast<HWND>(0x1234);
+}
+
+// The engine with its window on a thread that pumps, as a host has it.
+class MessageWindow : public testing::Test {
+protected:
+    MessageWindow()
+    {
+        mEngine->SetListener(mListener);
+        mEngine->SetFileClipboardSupported(true);
+    }
+
+    ~MessageWindow() override
+    {
+        mEngine->SetListener(nullptr);
+        mThread.run([this] {
+            if (TestAccess::window(*mEngine) != nullptr)
+                DestroyWindow(TestAccess::window(*mEngine));
+        });
+    }
+
+    bool init()
+    {
+        bool result = true;
+        mThread.run([&] {
+            SetLastError(0);
+            result = mEngine->Init();
+        });
+        return result;
+    }
+
+    HWND window() const
+    {
+        return TestAccess::window(*mEngine);
+    }
+
+    const std::shared_ptr<ClipboardImpl> mEngine = ClipboardImpl::instance();
+    const std::shared_ptr<RecordingListener> mListener = std::make_shared<RecordingListener>();
+    const WineWindowFix mFix{nullptr};
+    PumpingThread mThread;
+};
+
+}  // namespace
+
+TEST_F(MessageWindow, InitReturnsFalseAfterAFullSuccess)
+{
+    EXPECT_FALSE(init());
+    EXPECT_TRUE(IsWindow(window()));
+    EXPECT_EQ(RecordingLog::count(5, "Create Windows done!\n"), 1);
+    EXPECT_EQ(RecordingLog::count(5, "Init end."), 1);
+    EXPECT_TRUE(RecordingLog::messages(6).empty());
+    EXPECT_FALSE(IsWindowVisible(window()));
+    EXPECT_EQ(GetWindowThreadProcessId(window(), nullptr), mThread.id());
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+}
+
+TEST_F(MessageWindow, WhatTheClipboardHoldsIsReportedTwoSecondsAfterInit)
+{
+    ClipboardOwner().putDropList({L"C:\\windows"});
+    const auto begun = Clock::now();
+    init();
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client begin.", 1000));
+    EXPECT_TRUE(mListener->waitForFiles(0, 10000));
+    EXPECT_GE(Clock::now() - begun, std::chrono::milliseconds(1990));
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+    EXPECT_NE(mListener->threadOfLastReport(), std::this_thread::get_id());
+}
+
+TEST_F(MessageWindow, AClipboardChangeIsReportedOnTheWorker)
+{
+    init();
+    ClipboardOwner().putText(L"text");
+    ASSERT_TRUE(mListener->waitForReports(1));
+    std::thread::id pumping;
+    mThread.run([&pumping] { pumping = std::this_thread::get_id(); });
+    EXPECT_NE(mListener->threadOfLastReport(), pumping);
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+}
+
+TEST_F(MessageWindow, AfterUnInitAChangeIsNotReportedAndTheEngineStays)
+{
+    init();
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+    bool result = true;
+    mThread.run([&] { result = mEngine->UnInit(); });
+    EXPECT_FALSE(result);
+    EXPECT_TRUE(IsWindow(window()));
+    EXPECT_EQ(Clipboard::Get(), std::static_pointer_cast<Clipboard>(mEngine));
+    mListener->waitForReports(1, 500);  // lets the first report through
+    mListener->clear();
+    ClipboardOwner().putText(L"text");
+    EXPECT_FALSE(mListener->waitForReports(1, 300));
+}
+
+TEST_F(MessageWindow, ASecondInitMakesAFurtherWindowThoughItsClassIsThereAlready)
+{
+    init();
+    const HWND first = window();
+    RecordingLog::clear();
+    init();
+    EXPECT_NE(window(), first);
+    EXPECT_TRUE(IsWindow(first));
+    EXPECT_EQ(RecordingLog::count(7,
+                                  "RegisterClassEx failed. error\xEF\xBF\xBD\xEF\xBF\xBD"
+                                  "1410"),
+              1);
+    EXPECT_EQ(RecordingLog::count(5, "Init end."), 1);
+    mThread.run([first] { DestroyWindow(first); });
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+}
+
+TEST_F(MessageWindow, TheWindowClassAndTheWindowAreMadeAsHostsKnowThem)
+{
+    const ImportHook<decltype(&RegisterClassExA)> registering(nullptr, "RegisterClassExA", &keepClass);
+    gRealRegister = registering.real();
+    const ImportHook<decltype(&CreateWindowExA)> creating(nullptr, "CreateWindowExA", &keepCreateCall);
+    EXPECT_EQ(TestAccess::initInstance(*mEngine), reinterpret_cast<HWND>(0x1234));
+
+    EXPECT_EQ(gClass.cbSize, 80u);
+    EXPECT_EQ(gClass.style, 3u);
+    EXPECT_EQ(gClass.cbClsExtra + gClass.cbWndExtra, 0);
+    EXPECT_EQ(gClass.hInstance, nullptr);
+    EXPECT_EQ(gClass.hIcon, nullptr);
+    EXPECT_EQ(gClass.hCursor, LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(gClass.hbrBackground), 6u);
+    EXPECT_STREQ(gClass.lpszMenuName, "");
+    EXPECT_STREQ(gClass.lpszClassName, "ClipSDK");
+    EXPECT_EQ(gClass.hIconSm, nullptr);
+
+    EXPECT_EQ(gCreate.exStyle, 0u);
+    EXPECT_EQ(gCreate.className, "ClipSDK");
+    EXPECT_EQ(gCreate.title, "ClipSDK");
+    EXPECT_EQ(gCreate.style, 0xCF0000u);
+    EXPECT_EQ(gCreate.x, static_cast<int>(CW_USEDEFAULT));
+    EXPECT_EQ(gCreate.width, static_cast<int>(CW_USEDEFAULT));
+    EXPECT_EQ(gCreate.y + gCreate.height, 0);
+    EXPECT_EQ(gCreate.parent, nullptr);
+    EXPECT_EQ(gCreate.menu, nullptr);
+    EXPECT_EQ(gCreate.module, nullptr);
+    EXPECT_EQ(gCreate.parameter, nullptr);
+}
+
+TEST_F(MessageWindow, AFailedRegistrationIsLoggedAndInitGoesOn)
+{
+    const ImportHook<decltype(&RegisterClassExA)> hook(
+        nullptr, "RegisterClassExA", +[](const WNDCLASSEXA*) -> ATOM {
+            SetLastError(87);
+            return 0;
+        });
+    const ImportHook<decltype(&CreateWindowExA)> creating(nullptr, "CreateWindowExA", &keepCreateCall);
+    EXPECT_NE(TestAccess::initInstance(*mEngine), nullptr);
+    EXPECT_EQ(RecordingLog::messages(7),
+              std::vector<std::string>{"RegisterClassEx failed. error\xEF\xBF\xBD\xEF\xBF\xBD"
+                                       "87"});
+    EXPECT_EQ(RecordingLog::count(5, "Create Windows done!\n"), 1);
+}
+
+TEST_F(MessageWindow, WithoutAWindowInitListensToNothing)
+{
+    const ImportHook<decltype(&CreateWindowExA)> hook(nullptr, "CreateWindowExA", &failToCreate);
+    EXPECT_FALSE(init());
+    EXPECT_EQ(window(), nullptr);
+    EXPECT_EQ(RecordingLog::count(7, "CreateWindow return zero, err: 8"), 1);
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"InitInstance fail"});
+    EXPECT_FALSE(RecordingLog::waitForLine(5, "Sync clipboard to client begin.", 200));
+}
+
+TEST_F(MessageWindow, AStaleLastErrorFailsInitThoughAWindowWasMadeAndThatWindowStays)
+{
+    const ImportHook<decltype(&CreateWindowExA)> hook(nullptr, "CreateWindowExA", &createWithStaleError);
+    EXPECT_FALSE(init());
+    EXPECT_EQ(window(), nullptr);
+    EXPECT_TRUE(IsWindow(gMade));
+    EXPECT_EQ(RecordingLog::count(7, "CreateWindow return zero, err: 1400"), 1);
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"InitInstance fail"});
+    mThread.run([] { DestroyWindow(gMade); });
+}
+
+TEST_F(MessageWindow, ARefusedListenerLeavesTheWindowAndStartsNoSync)
+{
+    const ImportHook<decltype(&AddClipboardFormatListener)> hook(
+        nullptr, "AddClipboardFormatListener", +[](HWND) -> BOOL { return FALSE; });
+    EXPECT_FALSE(init());
+    EXPECT_TRUE(IsWindow(window()));
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"AddClipboardFormatListener fail."});
+    EXPECT_EQ(RecordingLog::count(5, "Init end."), 0);
+    EXPECT_FALSE(RecordingLog::waitForLine(5, "Sync clipboard to client begin.", 200));
+}
+
+TEST_F(MessageWindow, ARefusedRemovalIsLoggedOnly)
+{
+    const ImportHook<decltype(&RemoveClipboardFormatListener)> hook(
+        nullptr, "RemoveClipboardFormatListener", +[](HWND) -> BOOL {
+            SetLastError(87);
+            return FALSE;
+        });
+    EXPECT_FALSE(mEngine->UnInit());
+    EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"Remove clipboard listener failed, error code: 87"});
+    EXPECT_EQ(RecordingLog::lines()[0].level, 5);
+}
+
+TEST_F(MessageWindow, RequestsToRenderAreSwallowedAndCauseNoDetection)
+{
+    init();
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+    mListener->waitForReports(1);
+    mListener->clear();
+    EXPECT_EQ(SendMessageW(window(), 773, CF_HDROP, 0), 0);
+    EXPECT_EQ(SendMessageW(window(), 774, 0, 0), 0);
+    mEngine->onMessage(window(), 773, 0, 0);
+    EXPECT_FALSE(mListener->waitForReports(1, 200));
+}
+
+TEST_F(MessageWindow, OtherMessagesGetTheDefaultHandling)
+{
+    init();
+    EXPECT_EQ(SendMessageW(window(), WM_QUERYENDSESSION, 0, 0), 1);  // the engine's own answer would be 0
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+}
+
+TEST_F(MessageWindow, TenUpdatesDuringADetectionLeadToOneFurtherRun)
+{
+    std::promise<void> go;
+    const auto mayGo = go.get_future().share();
+    mListener->duringFormats = [mayGo](const std::vector<ClipboardFormat>&) { mayGo.wait(); };
+    mEngine->onMessage(nullptr, WM_CLIPBOARDUPDATE, 0, 0);
+    ASSERT_TRUE(mListener->waitForReports(1));
+    for (int i = 0; i < 10; ++i)
+        mEngine->onMessage(nullptr, WM_CLIPBOARDUPDATE, 0, 0);
+    go.set_value();
+    ASSERT_TRUE(mListener->waitForReports(2));
+    EXPECT_FALSE(mListener->waitForReports(3, 200));
+}
+
+TEST_F(MessageWindow, TheWindowProcedureReturnsWhileAListenerBlocksForASecond)
+{
+    init();
+    mListener->duringFormats = [](const std::vector<ClipboardFormat>&) {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    };
+    const auto begun = Clock::now();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(SendMessageW(window(), WM_CLIPBOARDUPDATE, 0, 0), 0);
+    const auto took = Clock::now() - begun;
+    ASSERT_TRUE(mListener->waitForReports(2));  // the last sent message is waited for by its own run
+    EXPECT_LT(took, std::chrono::milliseconds(900));
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+    mListener->waitForReports(3, 3000);
+}
