@@ -5,6 +5,8 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
+#include <utility>
 #include <vector>
 
 namespace sd::clip {
@@ -66,38 +68,54 @@ namespace {
 
 constexpr auto kLong = std::chrono::seconds(10);
 
-bool becomesReady(std::future<void>& future)
-{
-    return future.wait_for(kLong) == std::future_status::ready;
-}
+// Something that a task does once and the test waits for. Copies share it, so that it lives as long as the task.
+class Signal {
+public:
+    void set() const
+    {
+        mState->promise.set_value();
+    }
+    bool comes() const
+    {
+        return mState->future.wait_for(kLong) == std::future_status::ready;
+    }
+    bool hasCome(std::chrono::milliseconds wait) const
+    {
+        return mState->future.wait_for(wait) == std::future_status::ready;
+    }
+
+private:
+    struct State {
+        std::promise<void> promise;
+        std::future<void> future = promise.get_future();
+    };
+    std::shared_ptr<State> mState = std::make_shared<State>();
+};
 
 // A task that tells when it began and then waits to be let go.
 struct HeldTask {
-    std::promise<void> begunPromise;
-    std::future<void> begun = begunPromise.get_future();
-    std::promise<void> goOn;
-    std::shared_future<void> mayGoOn = goOn.get_future().share();
+    Signal begun;
+    Signal goOn;
 
-    void operator()()
+    void operator()() const
     {
-        begunPromise.set_value();
-        mayGoOn.wait();
+        begun.set();
+        goOn.comes();
     }
 };
 
 // Until the thread has reached its first wait a post may stay in the slot; this posts until one has run.
 void waitForFirstWait(LatestTaskThread& thread)
 {
-    std::atomic<bool> ran{false};
-    while (!ran) {
-        thread.PostLatest([&ran] { ran = true; });
+    const auto ran = std::make_shared<std::atomic<bool>>(false);
+    while (!*ran) {
+        thread.PostLatest([ran] { *ran = true; });
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     // One of the posts may still be in the slot: take its place with a task that is waited for.
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    thread.PostLatest([&done] { done.set_value(); });
-    isDone.wait();
+    const Signal done;
+    thread.PostLatest([done] { done.set(); });
+    done.comes();
 }
 
 }  // namespace
@@ -106,35 +124,38 @@ TEST(LatestTaskThread, RunsATaskOnItsOwnThread)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    std::promise<std::thread::id> ran;
-    auto where = ran.get_future();
-    thread.PostLatest([&ran] { ran.set_value(std::this_thread::get_id()); });
-    ASSERT_EQ(where.wait_for(kLong), std::future_status::ready);
-    EXPECT_NE(where.get(), std::this_thread::get_id());
+    const auto where = std::make_shared<std::thread::id>();
+    const Signal done;
+    thread.PostLatest([where, done] {
+        *where = std::this_thread::get_id();
+        done.set();
+    });
+    ASSERT_TRUE(done.comes());
+    EXPECT_NE(*where, std::thread::id());
+    EXPECT_NE(*where, std::this_thread::get_id());
 }
 
 TEST(LatestTaskThread, TenPostsWhileATaskRunsLeadToOneFurtherRunOfTheLast)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    HeldTask held;
-    thread.PostLatest([&held] { held(); });
-    ASSERT_TRUE(becomesReady(held.begun));
+    const HeldTask held;
+    thread.PostLatest(held);
+    ASSERT_TRUE(held.begun.comes());
 
     std::atomic<int> runs{0};
     std::atomic<int> last{0};
-    std::promise<void> done;
-    auto isDone = done.get_future();
+    const Signal done;
     for (int i = 1; i <= 10; ++i) {
-        thread.PostLatest([&runs, &last, &done, i] {
+        thread.PostLatest([&runs, &last, done, i] {
             ++runs;
             last = i;
             if (i == 10)
-                done.set_value();
+                done.set();
         });
     }
-    held.goOn.set_value();
-    ASSERT_TRUE(becomesReady(isDone));
+    held.goOn.set();
+    ASSERT_TRUE(done.comes());
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(last, 10);
 }
@@ -143,10 +164,9 @@ TEST(LatestTaskThread, ATaskMayPostTheNextOne)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    thread.PostLatest([&] { thread.PostLatest([&done] { done.set_value(); }); });
-    EXPECT_TRUE(becomesReady(isDone));
+    const Signal done;
+    thread.PostLatest([&thread, done] { thread.PostLatest([done] { done.set(); }); });
+    EXPECT_TRUE(done.comes());
 }
 
 TEST(LatestTaskThread, AnEmptyTaskIsNotRun)
@@ -154,44 +174,42 @@ TEST(LatestTaskThread, AnEmptyTaskIsNotRun)
     LatestTaskThread thread;
     waitForFirstWait(thread);
     thread.PostLatest(nullptr);
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    thread.PostLatest([&done] { done.set_value(); });
-    EXPECT_TRUE(becomesReady(isDone));
+    const Signal done;
+    thread.PostLatest([done] { done.set(); });
+    EXPECT_TRUE(done.comes());
 }
 
 TEST(LatestTaskThread, APostBeforeTheFirstWaitRunsAtTheNextBroadcast)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    TestAccess::fillSlotSilently(thread, [&done] { done.set_value(); });
+    const Signal done;
+    TestAccess::fillSlotSilently(thread, [done] { done.set(); });
     TestAccess::broadcast(thread);
-    EXPECT_TRUE(becomesReady(isDone));
+    EXPECT_TRUE(done.comes());
 }
 
 TEST(LatestTaskThread, TheQueueRunsInItsOrderAndBeforeTheLatestTask)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    HeldTask held;
-    TestAccess::pushToQueueSilently(thread, [&held] { held(); });
-    TestAccess::broadcast(thread);
-    ASSERT_TRUE(becomesReady(held.begun));
+    const HeldTask held;
+    TestAccess::pushToQueueSilently(thread, held);
+    // The thread looks at its queue after a broadcast only, and may not have been waiting for one yet.
+    while (!held.begun.hasCome(std::chrono::milliseconds(1)))
+        TestAccess::broadcast(thread);
 
     std::vector<int> order;  // touched by the thread's tasks, and here only after the last
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    thread.PostLatest([&order, &done] {
+    const Signal done;
+    thread.PostLatest([&order, done] {
         order.push_back(3);
-        done.set_value();
+        done.set();
     });
     TestAccess::pushToQueueSilently(thread, [&order] { order.push_back(1); });
     TestAccess::pushToQueueSilently(thread, nullptr);
     TestAccess::pushToQueueSilently(thread, [&order] { order.push_back(2); });
-    held.goOn.set_value();
-    ASSERT_TRUE(becomesReady(isDone));
+    held.goOn.set();
+    ASSERT_TRUE(done.comes());
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
@@ -199,14 +217,33 @@ TEST(LatestTaskThread, AReplacedTaskIsDestroyedWithoutTheLock)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
-    HeldTask held;
-    thread.PostLatest([&held] { held(); });
-    ASSERT_TRUE(becomesReady(held.begun));
+    const HeldTask held;
+    thread.PostLatest(held);
+    ASSERT_TRUE(held.begun.comes());
     // What the replaced task holds posts in its destructor, which would dead lock under the mutex.
-    const std::shared_ptr<void> posting(nullptr, [&thread](void*) { thread.PostLatest(nullptr); });
-    thread.PostLatest([copy = posting] {});
+    const Signal destroyed;
+    std::shared_ptr<void> posting(nullptr, [&thread, destroyed](void*) {
+        thread.PostLatest(nullptr);
+        destroyed.set();
+    });
+    thread.PostLatest([kept = std::move(posting)] {});
+    EXPECT_FALSE(destroyed.hasCome(std::chrono::milliseconds(0)));
     thread.PostLatest([] {});
-    held.goOn.set_value();
+    EXPECT_TRUE(destroyed.hasCome(std::chrono::milliseconds(0)));
+    held.goOn.set();
+}
+
+TEST(LatestTaskThread, ATaskThatHasRunIsDestroyedWithoutTheLock)
+{
+    LatestTaskThread thread;
+    waitForFirstWait(thread);
+    const Signal destroyed;
+    std::shared_ptr<void> posting(nullptr, [&thread, destroyed](void*) {
+        thread.PostLatest(nullptr);
+        destroyed.set();
+    });
+    thread.PostLatest([kept = std::move(posting)] {});
+    EXPECT_TRUE(destroyed.comes());
 }
 
 TEST(LatestTaskThread, IsDetachedFromTheStartAndDetachingAgainDoesNothing)
@@ -238,14 +275,13 @@ TEST(LatestTaskThread, DestroyedDuringATaskItWaitsForTheTask)
     {
         LatestTaskThread thread;
         waitForFirstWait(thread);
-        std::promise<void> begun;
-        auto hasBegun = begun.get_future();
-        thread.PostLatest([&] {
-            begun.set_value();
+        const Signal begun;
+        thread.PostLatest([&finished, begun] {
+            begun.set();
             std::this_thread::sleep_for(std::chrono::milliseconds(30));
             finished = true;
         });
-        ASSERT_TRUE(becomesReady(hasBegun));
+        ASSERT_TRUE(begun.comes());
     }
     EXPECT_TRUE(finished);
 }
@@ -264,10 +300,9 @@ TEST(LatestTaskThread, ManyThreadsMayPostAtOnce)
     }
     for (std::thread& poster : posters)
         poster.join();
-    std::promise<void> done;
-    auto isDone = done.get_future();
-    thread.PostLatest([&done] { done.set_value(); });
-    ASSERT_TRUE(becomesReady(isDone));
+    const Signal done;
+    thread.PostLatest([done] { done.set(); });
+    ASSERT_TRUE(done.comes());
     EXPECT_GE(runs, 1);
     EXPECT_LE(runs, 4000);
 }

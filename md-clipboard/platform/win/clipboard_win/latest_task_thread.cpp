@@ -56,23 +56,27 @@ void LatestTaskThread::run()
 void LatestTaskThread::runQueue(std::unique_lock<std::mutex>& lock)
 {
     while (!mTasks.empty()) {
-        const std::function<void()> task = std::move(mTasks.front());
+        std::function<void()> task = std::move(mTasks.front());
         mTasks.pop_front();
-        lock.unlock();
-        if (task)
-            task();
-        lock.lock();
+        runUnlocked(std::move(task), lock);
     }
 }
 
 void LatestTaskThread::runLatest(std::unique_lock<std::mutex>& lock)
 {
     while (mLatestTask) {
-        const std::function<void()> task = std::exchange(mLatestTask, nullptr);
-        lock.unlock();
-        task();
-        lock.lock();
+        runUnlocked(std::exchange(mLatestTask, nullptr), lock);
     }
+}
+
+// The task is destroyed without the lock too: what it holds may run somebody's destructor.
+void LatestTaskThread::runUnlocked(std::function<void()> task, std::unique_lock<std::mutex>& lock)
+{
+    lock.unlock();
+    if (task)
+        task();
+    task = nullptr;
+    lock.lock();
 }
 
 }  // namespace sd::clip

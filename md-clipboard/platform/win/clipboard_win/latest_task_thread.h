@@ -42,6 +42,7 @@ private:
     void run();
     void runQueue(std::unique_lock<std::mutex>& lock);
     void runLatest(std::unique_lock<std::mutex>& lock);
+    static void runUnlocked(std::function<void()> task, std::unique_lock<std::mutex>& lock);
 
     std::string mName = "default";  // a label, read by nothing
     std::thread mThread;
