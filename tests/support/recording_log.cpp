@@ -33,7 +33,7 @@ std::string formatMessage(const char* format, va_list arguments)
     if (length < 0)
         return "(cannot be formatted)";
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(&text[0], text.size(), format, arguments);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
     text.resize(static_cast<std::size_t>(length));
     return text;
 }
@@ -71,6 +71,13 @@ extern "C" void lumoraLogPrint(int module, int level, const char* tag, const cha
     Journal::shared().add("log " + std::to_string(level) + " " + line.message);
     std::lock_guard<std::mutex> lock(storage().mutex);
     storage().lines.push_back(line);
+}
+
+std::string printAddress(const void* address)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", address);
+    return text;
 }
 
 void RecordingLog::clear()

@@ -21,6 +21,9 @@ struct LogLine {
     std::thread::id thread;
 };
 
+// An address as %p prints it in a log line.
+std::string printAddress(const void* address);
+
 // Every line also goes to Journal::shared() as "log <level> <message>".
 class RecordingLog {
 public:

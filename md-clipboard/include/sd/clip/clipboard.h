@@ -7,12 +7,13 @@
 ///  2. Clipboard::SetListener, before Init: the first report comes two seconds after Init, to whoever listens then.
 ///  3. Clipboard::SetFileClipboardSupported(true) if the guest takes files; until then files are refused both ways.
 ///  4. Clipboard::InitFileLazyRenderer with a cache directory, and SetSupportFileClipboardFullPostProcessMode.
-///  5. Clipboard::Init, on a thread that goes on to pump messages.
+///  5. Clipboard::Init, on a thread that goes on to pump messages and whose last error was cleared before.
 ///  6. On OnClipboardFormats: Clipboard::GetClipboardData for a listed format, and send it to the guest.
 ///  7. On data from the guest: Clipboard::SetClipboardData, on a thread that may block.
 ///  8. At the end: Clipboard::UnInit.
 ///
-/// Strings are UTF-8. No operation throws; failures are told by results and by log lines under the tag "clipboard".
+/// Strings are UTF-8. Failures are told by results and by log lines under the tag "clipboard";
+/// nothing is thrown but std::bad_alloc where memory runs out.
 #pragma once
 
 #include <cstdint>
@@ -104,6 +105,7 @@ public:
 
     /// Makes the hidden window on the calling thread and starts to listen for clipboard changes. What the clipboard
     /// already holds is reported two seconds later. Must be called on a thread that dispatches messages.
+    /// A last error that is left behind on the thread fails it: call SetLastError(0) before.
     /// @return always false; failures are in the log only
     virtual bool Init() = 0;
 

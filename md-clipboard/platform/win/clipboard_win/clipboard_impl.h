@@ -100,8 +100,10 @@ private:
 
     mutable std::mutex mStateMutex;
     // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
-    // another, for the whole desktop. Taken before mStateMutex, never while the host runs.
-    std::mutex mReadMutex;
+    // another, for the whole desktop. Who does not get it in the time that Open takes at the most finds the clipboard
+    // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits
+    // here. For the same reason a thread may take it again.
+    std::recursive_timed_mutex mReadMutex;
 };
 
 }  // namespace sd::clip

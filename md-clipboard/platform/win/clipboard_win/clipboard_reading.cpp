@@ -3,6 +3,7 @@
 
 #include <shellapi.h>
 
+#include <chrono>
 #include <utility>
 
 #include "clipboard_win/clipboard_impl.h"
@@ -16,12 +17,16 @@ namespace sd::clip {
 
 namespace {
 
+constexpr auto kLongestWait = std::chrono::milliseconds(50);
 constexpr UINT kAllFiles = 0xFFFFFFFF;  // asks DragQueryFileW for the count
 
-// Closes the clipboard at the end of its scope, also when memory runs out in between.
+// The clipboard, opened for one read. Closes it at the end of its scope, also when memory runs out in between.
 class OpenedClipboard {
 public:
-    explicit OpenedClipboard(Clipboard& clipboard) : mClipboard(clipboard), mOpened(clipboard.Open()) {}
+    OpenedClipboard(Clipboard& clipboard, std::recursive_timed_mutex& readMutex)
+        : mReading(readMutex, kLongestWait), mClipboard(clipboard), mOpened(isMyTurn() && clipboard.Open())
+    {
+    }
     ~OpenedClipboard()
     {
         if (mOpened)
@@ -36,6 +41,16 @@ public:
     }
 
 private:
+    bool isMyTurn() const
+    {
+        if (!mReading.owns_lock()) {
+            CLIP_LOG(kLogError, "Open clipboard fail from %p. error:%d", static_cast<void*>(&mClipboard),
+                     ERROR_ACCESS_DENIED);
+        }
+        return mReading.owns_lock();
+    }
+
+    const std::unique_lock<std::recursive_timed_mutex> mReading;  // released after the clipboard was closed
     Clipboard& mClipboard;
     const bool mOpened;
 };
@@ -55,16 +70,16 @@ std::vector<std::wstring> queryPaths(HDROP drop, UINT count)
     for (UINT index = 0; index < count; ++index) {
         const UINT length = DragQueryFileW(drop, index, nullptr, 0);
         std::wstring path(static_cast<std::size_t>(length) + 1, L'\0');
-        if (DragQueryFileW(drop, index, &path[0], length + 1) != 0)
+        if (DragQueryFileW(drop, index, path.data(), length + 1) != 0)
             paths.push_back(std::move(path));
     }
     return paths;
 }
 
-DropList readDropList(Clipboard& clipboard)
+DropList readDropList(Clipboard& clipboard, std::recursive_timed_mutex& readMutex)
 {
     DropList list;
-    const OpenedClipboard opened(clipboard);
+    const OpenedClipboard opened(clipboard, readMutex);
     if (!opened) {
         list.failure = DropListFailure::kClipboardBusy;
         return list;
@@ -121,8 +136,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat f
 std::shared_ptr<ClipboardData> ClipboardImpl::readText()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    std::lock_guard<std::mutex> reading(mReadMutex);
-    const OpenedClipboard opened(*this);
+    const OpenedClipboard opened(*this, mReadMutex);
     if (!opened)
         return nullptr;
     std::string text;
@@ -174,11 +188,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
 std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    DropList list;
-    {
-        std::lock_guard<std::mutex> reading(mReadMutex);
-        list = readDropList(*this);
-    }
+    const DropList list = readDropList(*this, mReadMutex);
     switch (list.failure) {
         case DropListFailure::kNone:
             break;

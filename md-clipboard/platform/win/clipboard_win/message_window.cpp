@@ -36,7 +36,7 @@ void registerWindowClass(HINSTANCE module)
     windowClass.style = CS_HREDRAW | CS_VREDRAW;
     windowClass.lpfnWndProc = clipboardWindowProcedure;
     windowClass.hInstance = module;
-    windowClass.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));  // IDC_ARROW
+    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_WINDOW + 1);
     windowClass.lpszMenuName = "";
     windowClass.lpszClassName = kWindowClassName;
