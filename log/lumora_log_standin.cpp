@@ -29,7 +29,7 @@ std::string formatText(const char* format, va_list arguments)
     if (length < 0)
         return format;
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(&text[0], text.size(), format, arguments);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
     text.resize(static_cast<std::size_t>(length));
     return text;
 }

@@ -12,7 +12,7 @@ namespace {
 std::wstring ownPath()
 {
     std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, &path[0], static_cast<DWORD>(path.size())));
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return path;
 }
 
@@ -77,7 +77,7 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::w
     startup.hStdOutput = output;
     startup.hStdError = output;
     PROCESS_INFORMATION process = {};
-    const BOOL started = CreateProcessW(nullptr, &command[0], nullptr, nullptr, TRUE,
+    const BOOL started = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE,
                                         CREATE_NO_WINDOW | CREATE_SUSPENDED, nullptr, nullptr, &startup, &process);
     const DWORD error = GetLastError();
     CloseHandle(output);
@@ -88,7 +88,6 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::w
     ResumeThread(process.hThread);
     CloseHandle(process.hThread);
     mProcess = process.hProcess;
-    mId = process.dwProcessId;
 }
 
 ChildProcess ChildProcess::inRole(const std::wstring& role, std::vector<std::wstring> arguments)
@@ -100,7 +99,6 @@ ChildProcess ChildProcess::inRole(const std::wstring& role, std::vector<std::wst
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : mJob(std::exchange(other.mJob, nullptr)),
       mProcess(std::exchange(other.mProcess, nullptr)),
-      mId(other.mId),
       mOutputPath(std::move(other.mOutputPath))
 {
 }

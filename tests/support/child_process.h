@@ -28,19 +28,9 @@ public:
     std::string output() const;
     bool waitForOutput(const std::string& text, int milliseconds = 30000) const;
 
-    HANDLE handle() const
-    {
-        return mProcess;
-    }
-    DWORD id() const
-    {
-        return mId;
-    }
-
 private:
     HANDLE mJob = nullptr;
     HANDLE mProcess = nullptr;
-    DWORD mId = 0;
     std::wstring mOutputPath;
 };
 

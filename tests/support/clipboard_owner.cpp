@@ -72,12 +72,6 @@ void ClipboardOwner::addText(const std::wstring& text)
     addBlock(CF_UNICODETEXT, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
-void ClipboardOwner::addBitmap()
-{
-    if (SetClipboardData(CF_BITMAP, CreateBitmap(2, 2, 1, 1, nullptr)) == nullptr)
-        throw std::runtime_error("SetClipboardData fails, error " + std::to_string(GetLastError()));
-}
-
 void ClipboardOwner::putDropList(const std::vector<std::wstring>& paths)
 {
     open();

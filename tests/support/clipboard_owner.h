@@ -20,7 +20,6 @@ public:
     // Between open and close.
     void addDropList(const std::vector<std::wstring>& paths);
     void addText(const std::wstring& text);
-    void addBitmap();
     void addBlock(UINT format, const void* data, std::size_t size);
 
     // Each of these opens, empties, puts and closes.

@@ -46,7 +46,7 @@ PumpingThread::~PumpingThread()
     mThread.join();
 }
 
-void PumpingThread::run(const std::function<void()>& function)
+void PumpingThread::run(const std::function<void()>& function) const
 {
     Request request{&function, {}};
     auto done = request.done.get_future();

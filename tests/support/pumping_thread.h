@@ -14,7 +14,7 @@ public:
     PumpingThread& operator=(const PumpingThread&) = delete;
 
     // Runs the function on the thread, between two messages, and waits for it.
-    void run(const std::function<void()>& function);
+    void run(const std::function<void()>& function) const;
 
     DWORD id() const
     {

@@ -32,6 +32,12 @@ DllHost::DllHost()
         throw std::runtime_error("the host did not start");
 }
 
+void DllHost::listenAgain()
+{
+    mListener->clear();
+    mClipboard->SetListener(mListener);
+}
+
 void DllHost::copy(const std::vector<std::wstring>& arguments)
 {
     mListener->clear();

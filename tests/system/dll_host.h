@@ -27,6 +27,9 @@ public:
         return *mListener;
     }
 
+    // Takes the place of a listener that a test has installed.
+    void listenAgain();
+
     // Has clip-copy put something on the clipboard, and waits until the change was reported.
     void copy(const std::vector<std::wstring>& arguments);
 

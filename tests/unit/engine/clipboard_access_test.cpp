@@ -33,6 +33,7 @@ protected:
     }
 
     ClipboardImpl& mEngine = TestAccess::makeEngine();
+    const std::string mSelf = printAddress(&mEngine);
     const ImportHook<decltype(&OpenClipboard)> mOpen{nullptr, "OpenClipboard", &openAfterFailures};
     const ImportHook<decltype(&CloseClipboard)> mClose{nullptr, "CloseClipboard", +[]() -> BOOL {
                                                            Journal::shared().add("CloseClipboard");
@@ -58,7 +59,7 @@ TEST_F(ClipboardAccess, TheFirstAttemptIsLoggedAsNumberZero)
     const LogLine line = RecordingLog::lines()[0];
     EXPECT_EQ(line.level, 5);
     EXPECT_EQ(line.format, "%s %s(%d): %s:%d %s Open clipboard from %p\xEF\xBC\x8C attempts = %d");
-    EXPECT_NE(line.message.find("\xEF\xBC\x8C attempts = 0"), std::string::npos);
+    EXPECT_EQ(line.message, "Open clipboard from " + mSelf + "\xEF\xBC\x8C attempts = 0");
 }
 
 TEST_F(ClipboardAccess, AClipboardThatIsFreeAtTheLastAttemptIsOpened)
@@ -67,7 +68,7 @@ TEST_F(ClipboardAccess, AClipboardThatIsFreeAtTheLastAttemptIsOpened)
     EXPECT_TRUE(mEngine.Open());
     EXPECT_EQ(gOpens, 10);
     EXPECT_EQ(gPauses, 9);
-    EXPECT_NE(RecordingLog::messages(5).at(0).find("attempts = 9"), std::string::npos);
+    EXPECT_EQ(RecordingLog::count(5, "Open clipboard from " + mSelf + "\xEF\xBC\x8C attempts = 9"), 1);
 }
 
 TEST_F(ClipboardAccess, TenFailuresEndWithTheErrorAfterATenthPause)
@@ -81,7 +82,7 @@ TEST_F(ClipboardAccess, TenFailuresEndWithTheErrorAfterATenthPause)
     const LogLine line = RecordingLog::lines()[0];
     EXPECT_EQ(line.level, 6);
     EXPECT_EQ(line.format, "%s %s(%d): %s:%d %s Open clipboard fail from %p. error:%d");
-    EXPECT_NE(line.message.find(". error:5"), std::string::npos);
+    EXPECT_EQ(line.message, "Open clipboard fail from " + mSelf + ". error:5");
 }
 
 TEST_F(ClipboardAccess, OpeningTwiceNeedsOneCloseOnly)
@@ -89,15 +90,16 @@ TEST_F(ClipboardAccess, OpeningTwiceNeedsOneCloseOnly)
     EXPECT_TRUE(mEngine.Open());
     EXPECT_TRUE(mEngine.Open());
     EXPECT_EQ(gOpens, 1);
-    EXPECT_NE(RecordingLog::messages(5).at(1).find(" is already done"), std::string::npos);
+    EXPECT_EQ(RecordingLog::messages(5).at(1), "Open clipboard from " + mSelf + " is already done");
 
     EXPECT_TRUE(mEngine.Close());
     EXPECT_FALSE(TestAccess::opened(mEngine));
-    EXPECT_EQ(RecordingLog::messages(5).at(2).find("Close clipboard from "), 0u);
+    EXPECT_EQ(RecordingLog::messages(5).at(2), "Close clipboard from " + mSelf);
     RecordingLog::clear();
     EXPECT_TRUE(mEngine.Close());
-    EXPECT_EQ(RecordingLog::lines().at(0).format, "%s %s(%d): %s:%d %s Close clipboard from %p is already done");
-    EXPECT_EQ(Journal::shared().entries().back().find("log 5 Close clipboard from "), 0u);
+    EXPECT_EQ(RecordingLog::messages(5),
+              std::vector<std::string>{"Close clipboard from " + mSelf + " is already done"});
+    EXPECT_EQ(Journal::shared().entries().back(), "log 5 Close clipboard from " + mSelf + " is already done");
 }
 
 TEST_F(ClipboardAccess, CloseLogsBeforeItCloses)
@@ -113,7 +115,8 @@ TEST_F(ClipboardAccess, CloseWithoutOpenSucceedsAndClosesNothing)
 {
     EXPECT_TRUE(mEngine.Close());
     EXPECT_EQ(Journal::shared().find("CloseClipboard"), -1);
-    EXPECT_NE(RecordingLog::messages(5).at(0).find("is already done"), std::string::npos);
+    EXPECT_EQ(RecordingLog::messages(5),
+              std::vector<std::string>{"Close clipboard from " + mSelf + " is already done"});
 }
 
 TEST(ClipboardAccessForReal, TheClipboardIsOpenUntilClose)

@@ -166,6 +166,13 @@ TEST_F(CopyDetection, OnlyTheFirstHundredFormatsAreLookedAt)
     EXPECT_TRUE(mListener->events().empty());
 }
 
+TEST_F(CopyDetection, ACountFarBeyondTheBufferIsNotBelieved)
+{
+    setUpdated(std::vector<UINT>(100, CF_HDROP));
+    gUpdatedCount = 0xFFFFFFFF;
+    EXPECT_EQ(detect(), Formats(100, ClipboardFormat::File));
+}
+
 TEST_F(CopyDetection, AFailureToListFormatsIsLoggedAndReportedAsAnEmptyList)
 {
     setUpdated({CF_HDROP});
@@ -224,9 +231,12 @@ TEST_F(CopyDetection, WithoutAListenerItDropsListsAndEventsSilently)
 TEST_F(CopyDetection, AListenerMayBeReplacedByTheCallItAnswers)
 {
     const auto next = std::make_shared<RecordingListener>();
-    mListener->duringFormats = [this, next](const Formats&) { mEngine.SetListener(next); };
+    const auto first = std::make_shared<RecordingListener>();
+    first->duringFormats = [this, next](const Formats&) { mEngine.SetListener(next); };
+    mEngine.SetListener(first);
     setUpdated({CF_HDROP});
-    EXPECT_EQ(detect(), kFiles);
+    TestAccess::detectCopy(mEngine);
+    EXPECT_EQ(first->reports().size(), 1u);
     TestAccess::detectCopy(mEngine);
     EXPECT_EQ(next->reports().size(), 1u);
 }

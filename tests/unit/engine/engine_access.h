@@ -1,7 +1,9 @@
 // How the engine's tests reach what it keeps private.
 #pragma once
 
+#include <future>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "clipboard_win/clipboard_impl.h"
@@ -67,6 +69,15 @@ public:
     static std::shared_ptr<std::vector<std::string>> filesFromClipboard(ClipboardImpl& engine)
     {
         return engine.GetFilesFromClipboard();
+    }
+
+    // The worker tells it itself.
+    static std::thread::id workerThread(ClipboardImpl& engine)
+    {
+        const auto told = std::make_shared<std::promise<std::thread::id>>();
+        auto id = told->get_future();
+        engine.mDetectThread.PostLatest([told] { told->set_value(std::this_thread::get_id()); });
+        return id.get();
     }
 
     static std::vector<const void*> members(const ClipboardImpl& engine)

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -90,13 +91,43 @@ protected:
         return result;
     }
 
+    // Ends the first report, so that only what follows is recorded.
+    void initAndLetTheFirstReportThrough()
+    {
+        init();
+        ASSERT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+        ASSERT_TRUE(mListener->waitForReports(1));
+        mListener->clear();
+    }
+
+    // The registration of the class may log before, when an earlier test registered it.
+    static void expectEndOfLog(const std::vector<std::string>& messages)
+    {
+        const std::vector<std::string> all = RecordingLog::messages();
+        ASSERT_GE(all.size(), messages.size());
+        EXPECT_EQ(std::vector<std::string>(all.end() - static_cast<std::ptrdiff_t>(messages.size()), all.end()),
+                  messages);
+    }
+
+    void listenWith(const std::function<void(const std::vector<ClipboardFormat>&)>& duringFormats)
+    {
+        mListener = std::make_shared<RecordingListener>();
+        mListener->duringFormats = duringFormats;
+        mEngine->SetListener(mListener);
+    }
+
+    std::thread::id workerThread()
+    {
+        return TestAccess::workerThread(*mEngine);
+    }
+
     HWND window() const
     {
         return TestAccess::window(*mEngine);
     }
 
     const std::shared_ptr<ClipboardImpl> mEngine = ClipboardImpl::instance();
-    const std::shared_ptr<RecordingListener> mListener = std::make_shared<RecordingListener>();
+    std::shared_ptr<RecordingListener> mListener = std::make_shared<RecordingListener>();
     const WineWindowFix mFix{nullptr};
     PumpingThread mThread;
 };
@@ -124,18 +155,25 @@ TEST_F(MessageWindow, WhatTheClipboardHoldsIsReportedTwoSecondsAfterInit)
     EXPECT_TRUE(mListener->waitForFiles(0, 10000));
     EXPECT_GE(Clock::now() - begun, std::chrono::milliseconds(1990));
     EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
-    EXPECT_NE(mListener->threadOfLastReport(), std::this_thread::get_id());
+    EXPECT_EQ(mListener->threadOfLastReport(), workerThread());
 }
 
 TEST_F(MessageWindow, AClipboardChangeIsReportedOnTheWorker)
 {
-    init();
+    initAndLetTheFirstReportThrough();
     ClipboardOwner().putText(L"text");
     ASSERT_TRUE(mListener->waitForReports(1));
-    std::thread::id pumping;
-    mThread.run([&pumping] { pumping = std::this_thread::get_id(); });
-    EXPECT_NE(mListener->threadOfLastReport(), pumping);
-    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
+    EXPECT_EQ(mListener->threadOfLastReport(), workerThread());
+}
+
+TEST_F(MessageWindow, AnIgnoredCopyIsReportedOnTheWorker)
+{
+    initAndLetTheFirstReportThrough();
+    mEngine->SetFileClipboardSupported(false);
+    ClipboardOwner().putDropList({L"C:\\windows"});
+    ASSERT_TRUE(mListener->waitForReports(1));
+    ASSERT_FALSE(mListener->events().empty());
+    EXPECT_EQ(mListener->events()[0].thread, workerThread());
 }
 
 TEST_F(MessageWindow, AfterUnInitAChangeIsNotReportedAndTheEngineStays)
@@ -182,7 +220,7 @@ TEST_F(MessageWindow, TheWindowClassAndTheWindowAreMadeAsHostsKnowThem)
     EXPECT_EQ(gClass.cbClsExtra + gClass.cbWndExtra, 0);
     EXPECT_EQ(gClass.hInstance, nullptr);
     EXPECT_EQ(gClass.hIcon, nullptr);
-    EXPECT_EQ(gClass.hCursor, LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));
+    EXPECT_EQ(gClass.hCursor, LoadCursorW(nullptr, IDC_ARROW));
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(gClass.hbrBackground), 6u);
     EXPECT_STREQ(gClass.lpszMenuName, "");
     EXPECT_STREQ(gClass.lpszClassName, "ClipSDK");
@@ -219,10 +257,14 @@ TEST_F(MessageWindow, AFailedRegistrationIsLoggedAndInitGoesOn)
 TEST_F(MessageWindow, WithoutAWindowInitListensToNothing)
 {
     const ImportHook<decltype(&CreateWindowExA)> hook(nullptr, "CreateWindowExA", &failToCreate);
+    const ImportHook<decltype(&AddClipboardFormatListener)> listening(
+        nullptr, "AddClipboardFormatListener", +[](HWND) -> BOOL {
+            ADD_FAILURE() << "listens without a window";
+            return FALSE;
+        });
     EXPECT_FALSE(init());
     EXPECT_EQ(window(), nullptr);
-    EXPECT_EQ(RecordingLog::count(7, "CreateWindow return zero, err: 8"), 1);
-    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"InitInstance fail"});
+    expectEndOfLog({"CreateWindow return zero, err: 8", "InitInstance fail"});
     EXPECT_FALSE(RecordingLog::waitForLine(5, "Sync clipboard to client begin.", 200));
 }
 
@@ -232,8 +274,7 @@ TEST_F(MessageWindow, AStaleLastErrorFailsInitThoughAWindowWasMadeAndThatWindowS
     EXPECT_FALSE(init());
     EXPECT_EQ(window(), nullptr);
     EXPECT_TRUE(IsWindow(gMade));
-    EXPECT_EQ(RecordingLog::count(7, "CreateWindow return zero, err: 1400"), 1);
-    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"InitInstance fail"});
+    expectEndOfLog({"CreateWindow return zero, err: 1400", "InitInstance fail"});
     mThread.run([] { DestroyWindow(gMade); });
 }
 
@@ -262,10 +303,12 @@ TEST_F(MessageWindow, ARefusedRemovalIsLoggedOnly)
 
 TEST_F(MessageWindow, RequestsToRenderAreSwallowedAndCauseNoDetection)
 {
-    init();
-    EXPECT_TRUE(RecordingLog::waitForLine(5, "Sync clipboard to client end."));
-    mListener->waitForReports(1);
-    mListener->clear();
+    initAndLetTheFirstReportThrough();
+    const ImportHook<decltype(&DefWindowProcW)> hook(
+        nullptr, "DefWindowProcW", +[](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+            EXPECT_TRUE(message != 773 && message != 774) << message;
+            return DefWindowProcA(window, message, wParam, lParam);
+        });
     EXPECT_EQ(SendMessageW(window(), 773, CF_HDROP, 0), 0);
     EXPECT_EQ(SendMessageW(window(), 774, 0, 0), 0);
     mEngine->onMessage(window(), 773, 0, 0);
@@ -283,7 +326,7 @@ TEST_F(MessageWindow, TenUpdatesDuringADetectionLeadToOneFurtherRun)
 {
     std::promise<void> go;
     const auto mayGo = go.get_future().share();
-    mListener->duringFormats = [mayGo](const std::vector<ClipboardFormat>&) { mayGo.wait(); };
+    listenWith([mayGo](const std::vector<ClipboardFormat>&) { mayGo.wait(); });
     mEngine->onMessage(nullptr, WM_CLIPBOARDUPDATE, 0, 0);
     ASSERT_TRUE(mListener->waitForReports(1));
     for (int i = 0; i < 10; ++i)
@@ -296,9 +339,7 @@ TEST_F(MessageWindow, TenUpdatesDuringADetectionLeadToOneFurtherRun)
 TEST_F(MessageWindow, TheWindowProcedureReturnsWhileAListenerBlocksForASecond)
 {
     init();
-    mListener->duringFormats = [](const std::vector<ClipboardFormat>&) {
-        std::this_thread::sleep_for(std::chrono::seconds(1));
-    };
+    listenWith([](const std::vector<ClipboardFormat>&) { std::this_thread::sleep_for(std::chrono::seconds(1)); });
     const auto begun = Clock::now();
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(SendMessageW(window(), WM_CLIPBOARDUPDATE, 0, 0), 0);
