@@ -1,0 +1,158 @@
+#include "detection_bench.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "example_support/wine_window_fix.h"
+#include "sd/clip/clipboard.h"
+
+using namespace sd::clip;
+
+namespace {
+
+constexpr int kChanges = 60;
+constexpr wchar_t kGoName[] = L"bench-go";
+constexpr wchar_t kTimeName[] = L"bench-time";
+
+// Times are counts of the performance counter, which is the same in all processes.
+std::atomic<LONGLONG> gBareTime{0};
+std::atomic<LONGLONG> gReportTime{0};
+
+LONGLONG now()
+{
+    LARGE_INTEGER count;
+    QueryPerformanceCounter(&count);
+    return count.QuadPart;
+}
+
+double toMilliseconds(LONGLONG count)
+{
+    LARGE_INTEGER frequency;
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(count) * 1000 / static_cast<double>(frequency.QuadPart);
+}
+
+class TimingListener : public ClipboardListener {
+public:
+    void OnClipboardFormats(const std::vector<ClipboardFormat>&) override
+    {
+        gReportTime = now();
+    }
+    void OnClipboardEvent(std::string, std::string, std::string, std::int64_t, std::string, std::string, std::string,
+                          std::string) override
+    {
+    }
+};
+
+LRESULT CALLBACK bareProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_CLIPBOARDUPDATE)
+        gBareTime = now();
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+void makeBareWindow()
+{
+    WNDCLASSW windowClass = {};
+    windowClass.lpfnWndProc = bareProcedure;
+    windowClass.lpszClassName = L"bare-listener";
+    RegisterClassW(&windowClass);
+    const HWND window =
+        CreateWindowExW(0, L"bare-listener", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    if (window == nullptr || !AddClipboardFormatListener(window))
+        throw std::runtime_error("no bare listener window");
+}
+
+void pumpFor(DWORD milliseconds, bool untilBothSeen)
+{
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    while (GetTickCount64() < end && !(untilBothSeen && gBareTime != 0 && gReportTime != 0)) {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 1, QS_ALLINPUT);
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
+    }
+}
+
+// A page that both processes see: when the last change was complete.
+volatile LONGLONG* mapTime(HANDLE mapping)
+{
+    return static_cast<volatile LONGLONG*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(LONGLONG)));
+}
+
+HANDLE startChanger()
+{
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    std::wstring command = L"\"" + path + L"\" --changer";
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+        throw std::runtime_error("the changer can't be started");
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
+}  // namespace
+
+int runClipboardChanger()
+{
+    const HANDLE go = OpenEventW(SYNCHRONIZE, FALSE, kGoName);
+    volatile LONGLONG* const time = mapTime(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, kTimeName));
+    const HWND window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    while (WaitForSingleObject(go, 10000) == WAIT_OBJECT_0) {
+        while (!OpenClipboard(window))
+            Sleep(1);
+        EmptyClipboard();
+        SetClipboardData(CF_UNICODETEXT, GlobalAlloc(GHND, 16));
+        *time = now();
+        CloseClipboard();
+    }
+    return 0;
+}
+
+BenchResult measureDetectExtra()
+{
+    const WineWindowFix fix(nullptr);
+    const auto clipboard = Clipboard::Get();
+    clipboard->SetListener(std::make_shared<TimingListener>());
+    SetLastError(ERROR_SUCCESS);
+    clipboard->Init();
+    makeBareWindow();
+    pumpFor(2500, false);  // lets the first report through
+
+    const HANDLE go = CreateEventW(nullptr, FALSE, FALSE, kGoName);
+    const HANDLE mapping =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(LONGLONG), kTimeName);
+    volatile LONGLONG* const changed = mapTime(mapping);
+    const HANDLE changer = startChanger();
+
+    std::vector<double> bare;
+    std::vector<double> reported;
+    for (int i = 0; i < kChanges; ++i) {
+        gBareTime = 0;
+        gReportTime = 0;
+        SetEvent(go);
+        pumpFor(2000, true);
+        pumpFor(20, false);
+        if (i < 5)
+            continue;  // the first ones start everything up
+        if (gBareTime == 0 || gReportTime == 0)
+            throw std::runtime_error("a change was not reported");
+        bare.push_back(toMilliseconds(gBareTime - *changed));
+        reported.push_back(toMilliseconds(gReportTime - *changed));
+    }
+    TerminateProcess(changer, 0);
+    CloseHandle(changer);
+    CloseHandle(mapping);
+    CloseHandle(go);
+    clipboard->UnInit();
+    clipboard->SetListener(nullptr);
+    return {"detect_extra_ms", median(reported) - median(bare), "ms", 2, "lower"};
+}
