@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -15,6 +17,30 @@ std::wstring makeUniquePath()
     const std::wstring name = L"test-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
                               std::to_wstring(GetTickCount64()) + L"-" + std::to_wstring(++count);
     return L"C:\\" + name;
+}
+
+// One pass, so that something that can't be removed ends it too.
+void removeFolder(const std::wstring& folder)
+{
+    std::vector<std::pair<std::wstring, bool>> entries;  // path, whether it is a folder
+    WIN32_FIND_DATAW entry;
+    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE)
+        return;
+    do {
+        const std::wstring name = entry.cFileName;
+        if (name != L"." && name != L"..")
+            entries.emplace_back(folder + L"\\" + name, (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+    } while (FindNextFileW(search, &entry));
+    FindClose(search);
+    for (const auto& [path, isFolder] : entries) {
+        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        if (isFolder)
+            removeFolder(path);
+        else
+            DeleteFileW(path.c_str());
+    }
+    RemoveDirectoryW(folder.c_str());
 }
 
 }  // namespace
@@ -27,8 +53,7 @@ TemporaryFolder::TemporaryFolder() : mPath(makeUniquePath())
 
 TemporaryFolder::~TemporaryFolder()
 {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
+    removeFolder(L"\\\\?\\" + mPath);  // whatever the length of the paths in it
 }
 
 std::string TemporaryFolder::utf8Path() const
