@@ -1,0 +1,182 @@
+#include "data_object/transfer_file.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "data_object/shared_stream_open.h"
+#include "data_object/transfer_events.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+constexpr auto kLongestWait = std::chrono::seconds(30);
+
+// Bytes of one call to a stream. The runtime below it refuses more than 2^31 - 1, or counts them in 32 bits.
+constexpr unsigned long long kLongestCall = 16777216;
+
+// The bytes that the stream gave, up to `length`.
+std::uint32_t readPieces(std::istream& stream, char* buffer, std::uint32_t length)
+{
+    std::uint32_t total = 0;
+    while (total < length && stream.good()) {
+        const auto piece = std::min<unsigned long long>(length - total, kLongestCall);
+        stream.read(buffer + total, static_cast<std::streamsize>(piece));
+        total += static_cast<std::uint32_t>(stream.gcount());
+    }
+    return total;
+}
+
+}  // namespace
+
+TransferFile::TransferFile(std::string key, std::int64_t fileSize)
+    : mFileKey(std::move(key)), mFileSize(fileSize), mSliceWriter(std::make_unique<std::ofstream>())
+{
+}
+
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the stream that the record owns
+bool TransferFile::OpenSlice(const std::string& path)
+{
+    if (!mSliceWriter->is_open())
+        openShared(*mSliceWriter, path.c_str(), std::ios_base::out);
+    return mSliceWriter->is_open();
+}
+
+void TransferFile::Write(const unsigned char* data, unsigned long long size)
+{
+    const auto* bytes = reinterpret_cast<const char*>(data);
+    for (unsigned long long written = 0; written < size;) {
+        const auto piece = std::min(size - written, kLongestCall);
+        mSliceWriter->write(bytes + written, static_cast<std::streamsize>(piece));
+        written += piece;
+    }
+    mReadySize += static_cast<std::int64_t>(size);
+}
+
+std::int64_t TransferFile::Position() const
+{
+    return static_cast<std::int64_t>(mSliceWriter->tellp());
+}
+
+void TransferFile::CloseSlice(const std::string& path)
+{
+    mSliceWriter->flush();
+    mSliceWriter->close();
+    // Together and under the lock: a reader that sees the count finds the path, and no signal falls between its look
+    // and its sleep.
+    std::lock_guard<std::mutex> lock(mSliceMutex);
+    mSlices.push_back(path);
+    ++mSliceCount;
+}
+
+void TransferFile::NotifySliceReady()
+{
+    mSliceReady.notify_one();
+}
+
+bool TransferFile::Read(char* buffer, std::uint32_t length, std::uint32_t* count)
+{
+    if (!mSliceReader) {
+        if (hasCopiedAll()) {
+            CLIP_LOG(kLogInfo, "Copy %s end.", mFileKey.c_str());
+            mReadSliceIndex = 0;
+            *count = 0;
+            mCopiedSize = 0;
+            return true;
+        }
+        mSliceReader = std::make_unique<std::ifstream>();
+        CLIP_LOG(kLogInfo, "Create new ifstream:%p", static_cast<void*>(mSliceReader.get()));
+    }
+    if (!mSliceReader->is_open()) {
+        if (hasCopiedAll()) {
+            CLIP_LOG(kLogInfo, "Copy end. copyed size:%lld, filesize:%lld", static_cast<long long>(mCopiedSize),
+                     static_cast<long long>(mFileSize));
+            *count = 0;
+            mSliceReader.reset();
+            mReadSliceIndex = 0;
+            return true;
+        }
+        if (mReadSliceIndex == 0)
+            mCopiedSize = 0;
+        if (!awaitNextSlice()) {
+            giveUpWaiting(count);
+            return false;
+        }
+        openNextSlice();
+    }
+    readOpenSlice(buffer, length, count);
+    return true;
+}
+
+bool TransferFile::WaitSliceReady()
+{
+    std::unique_lock<std::mutex> lock(mSliceMutex);
+    return mSliceReady.wait_for(lock, kLongestWait, [this] { return mSliceCount > mReadSliceIndex; });
+}
+
+void TransferFile::Restart()
+{
+    mSliceReader.reset();
+    mCopiedSize = 0;
+    mReadSliceIndex = 0;
+}
+
+bool TransferFile::hasCopiedAll() const
+{
+    return mCopiedSize >= mFileSize;
+}
+
+// Whether there is a slice to open, after a wait if it takes one.
+bool TransferFile::awaitNextSlice()
+{
+    if (!findNextSlice().empty())
+        return true;
+    CLIP_LOG(kLogInfo, "Wait slice file.. this=%p", static_cast<void*>(this));
+    return WaitSliceReady();
+}
+
+// Empty if that slice is not finished yet.
+std::string TransferFile::findNextSlice()
+{
+    const auto index = static_cast<std::size_t>(mReadSliceIndex);
+    std::lock_guard<std::mutex> lock(mSliceMutex);
+    return index < mSlices.size() ? mSlices[index] : std::string();
+}
+
+// A slice that cannot be opened is read as an empty one, so the file gets a hole there.
+void TransferFile::openNextSlice()
+{
+    mCurrentSlice = findNextSlice();
+    openShared(*mSliceReader, mCurrentSlice.c_str(), std::ios_base::in);
+    CLIP_LOG(kLogInfo, "Start Read(%d):%s isOpen:%d", mReadSliceIndex, mCurrentSlice.c_str(),
+             mSliceReader->is_open() ? 1 : 0);
+    ++mReadSliceIndex;
+}
+
+// Looks one byte ahead, so that a slice closes with its last byte and not at the call after it.
+void TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count)
+{
+    *count = readPieces(*mSliceReader, buffer, length);
+    const bool hasMore = *count >= length && mSliceReader->peek() != std::ifstream::traits_type::eof();
+    mCopiedSize += *count;
+    if (hasMore)
+        return;
+    CLIP_LOG(kLogInfo, "Read file (%s) finish. Close and delete ifstream:%p", mCurrentSlice.c_str(),
+             static_cast<void*>(mSliceReader.get()));
+    mSliceReader->close();
+    mSliceReader.reset();
+}
+
+// What has been copied stays, for the report that follows; the next Read begins the file again.
+void TransferFile::giveUpWaiting(std::uint32_t* count)
+{
+    CLIP_LOG(kLogInfo, "Wait slice file timeout.");
+    reportDownloadTimeout(mFileSize, mCopiedSize);
+    *count = 0;
+    mSliceReader.reset();
+    mReadSliceIndex = 0;
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,44 @@
+// The files of one list of which data has arrived.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "data_object/transfer_file.h"
+#include "sd/clip/clipboard_data.h"
+
+namespace sd::clip {
+
+// The relative path with the file name behind it and nothing between them, so "a" and "bc" share a record with "ab"
+// and "c". The bytes as they are, NUL included.
+std::string MakeFileKey(const ClipfileDescription& file);
+
+// Owns the records; they stay where they are until it goes.
+// Threads: any. Its lock is a leaf: nothing is called while it is held.
+class TransferFiles {
+public:
+    TransferFiles() = default;
+    TransferFiles(const TransferFiles&) = delete;
+    TransferFiles& operator=(const TransferFiles&) = delete;
+
+    // @return null if there is none
+    TransferFile* Find(const std::string& key) const;
+
+    // Of several records with one key the first stays the one that is found.
+    // @return the new record
+    TransferFile* Add(std::string key, std::int64_t fileSize);
+
+private:
+    friend class TestAccess;
+
+    mutable std::mutex mMutex;                                   // guards what follows
+    std::vector<std::unique_ptr<TransferFile>> mFiles;           // in the order of their first delivery
+    std::unordered_map<std::string_view, TransferFile*> mByKey;  // its keys are views of the records' own
+};
+
+}  // namespace sd::clip

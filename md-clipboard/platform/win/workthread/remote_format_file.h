@@ -1,0 +1,60 @@
+// The thread that owns OLE: it puts data objects on the clipboard, and serves them as long as they are there.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <mutex>
+
+#include "workthread/job_slot.h"
+
+namespace sd::clip {
+
+// The platform delivers the pasting application's calls on the thread that put the object on the clipboard. They may
+// wait for the guest's bytes for many seconds, which must not hold the thread of the engine's window.
+//
+// Threads: MoveToThread from any thread, from a job too.
+class RemoteFormatFile {
+public:
+    // The one of the process. The end of the process ends its thread.
+    static RemoteFormatFile& Instance();
+
+    RemoteFormatFile();
+
+    // Ends the thread and waits for it, for up to an hour: it may stand in a job or in a read. No other thread may use
+    // the object any more.
+    ~RemoteFormatFile();
+
+    RemoteFormatFile(const RemoteFormatFile&) = delete;
+    RemoteFormatFile& operator=(const RemoteFormatFile&) = delete;
+
+    // Has the thread run the function and does not wait; starts the thread if there is none. A job that still waits is
+    // discarded, and an empty function does no more than that. The result has no state if the function is empty or
+    // could not be placed.
+    std::future<FuncExecStatus> MoveToThread(std::function<void()> func);
+
+    // The thread's procedure. Returns 0, or -1 for a null instance.
+    static DWORD WINAPI OleDataObjectRpcThreadMsgProc(void* instance);
+
+private:
+    friend class TestAccess;
+
+    bool StartThread();
+    void WaitForQueue() const;
+    void EndThread();
+    void ServeMessages();
+    void RunPendingJob(WPARAM number);
+
+    // Written once, under mJobLock. Never closed: so the system gives the id to no other thread.
+    std::atomic<HANDLE> mThreadHandle{nullptr};
+    std::atomic<DWORD> mThreadId{0};  // 0 if there is no thread yet; written behind the handle
+    const UINT mSetOleMessage;
+    const UINT mExitMessage;
+    JobSlot _userMsgSetOle;     // guarded by mJobLock
+    std::mutex mJobLock;        // held through the start of the thread and the post, never while a job runs
+    const HANDLE mQueueStands;  // event: the thread can be posted to
+};
+
+}  // namespace sd::clip

@@ -1,0 +1,156 @@
+// The writer's half of a TransferFile.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "data_object/transfer_events.h"
+#include "data_object/transfer_file.h"
+#include "sample_transfer.h"
+
+using sd::clip::TransferFile;
+
+void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
+{
+    ADD_FAILURE() << "nothing is read here";
+}
+
+TEST(TransferFileWriting, ANewRecordIsEmpty)
+{
+    TransferFile file("key", 17);
+    EXPECT_EQ(file.mFileKey, "key");
+    EXPECT_EQ(file.mFileSize, 17);
+    EXPECT_TRUE(file.mSlices.empty());
+    EXPECT_EQ(file.mReadySize, 0);
+    EXPECT_EQ(file.mSliceCount, 0);
+    EXPECT_EQ(file.mSliceReader, nullptr);
+    EXPECT_EQ(file.mCopiedSize, 0);
+    EXPECT_EQ(file.mReadSliceIndex, 0);
+    EXPECT_EQ(file.mCurrentSlice, "");
+    ASSERT_NE(file.mSliceWriter, nullptr);
+    EXPECT_FALSE(file.mSliceWriter->is_open());
+}
+
+TEST(TransferFileWriting, FieldsStandInTheirOrder)
+{
+    const TransferFile file("key", 0);
+    const std::vector<const void*> fields = {&file.mFileKey,      &file.mSlices,      &file.mFileSize,
+                                             &file.mReadySize,    &file.mSliceWriter, &file.mSliceCount,
+                                             &file.mSliceReader,  &file.mCopiedSize,  &file.mReadSliceIndex,
+                                             &file.mCurrentSlice, &file.mSliceMutex,  &file.mSliceReady};
+    for (std::size_t i = 1; i < fields.size(); ++i)
+        EXPECT_LT(fields[i - 1], fields[i]) << "field " << i;
+}
+
+TEST(TransferFileWriting, DeliveriesGoToTheOpenSliceOneAfterTheOther)
+{
+    SampleTransfer transfer(1000);
+    const std::string path = transfer.nextPath();
+    EXPECT_TRUE(transfer.file.OpenSlice(path));
+    transfer.write("first,");
+    EXPECT_EQ(transfer.file.Position(), 6);
+    transfer.write("second");
+    EXPECT_EQ(transfer.file.Position(), 12);
+    EXPECT_EQ(transfer.file.mReadySize, 12);
+    EXPECT_EQ(transfer.file.mSliceCount, 0);
+    EXPECT_TRUE(transfer.file.mSlices.empty());
+
+    transfer.finishSlice();
+    EXPECT_FALSE(transfer.file.mSliceWriter->is_open());
+    EXPECT_EQ(transfer.file.mSliceCount, 1);
+    EXPECT_EQ(transfer.file.mSlices, std::vector<std::string>{path});
+    EXPECT_EQ(readWholeFile(path), "first,second");
+}
+
+TEST(TransferFileWriting, OneStreamServesEverySlice)
+{
+    SampleTransfer transfer(1000);
+    const std::ofstream* const writer = transfer.file.mSliceWriter.get();
+    transfer.addSlice("one");
+    transfer.addSlice("two");
+    EXPECT_EQ(transfer.file.mSliceWriter.get(), writer);
+    ASSERT_EQ(transfer.file.mSlices.size(), 2u);
+    EXPECT_EQ(readWholeFile(transfer.file.mSlices[0]), "one");
+    EXPECT_EQ(readWholeFile(transfer.file.mSlices[1]), "two");
+    EXPECT_EQ(transfer.file.mReadySize, 6);
+}
+
+TEST(TransferFileWriting, BytesOfEveryValueArriveUnchanged)
+{
+    // Line ends and the end-of-file mark are what a text mode would change.
+    const std::string bytes = makeBytes(100000) + "\n\r\n\x1a\x1a." + makeBytes(100000);
+    SampleTransfer transfer(static_cast<std::int64_t>(bytes.size()));
+    transfer.deliver(bytes);
+    EXPECT_TRUE(readWholeFile(transfer.file.mSlices.at(0)) == bytes);
+}
+
+TEST(TransferFileWriting, AnEmptyFileGetsAnEmptySlice)
+{
+    SampleTransfer transfer(0);
+    transfer.deliver("");
+    ASSERT_EQ(transfer.file.mSliceCount, 1);
+    EXPECT_TRUE(std::filesystem::exists(transfer.file.mSlices.at(0)));
+    EXPECT_EQ(std::filesystem::file_size(transfer.file.mSlices.at(0)), 0u);
+}
+
+TEST(TransferFileWriting, NullDataOfNoBytesIsWrittenAsNothing)
+{
+    SampleTransfer transfer(0);
+    transfer.file.OpenSlice(transfer.nextPath());
+    transfer.file.Write(nullptr, 0);
+    EXPECT_EQ(transfer.file.mReadySize, 0);
+    EXPECT_EQ(transfer.file.Position(), 0);
+}
+
+TEST(TransferFileWriting, ADeliveryIsNeverSplit)
+{
+    SampleTransfer transfer(5000000);
+    const std::string bytes = makeBytes(5000000);
+    transfer.deliver(bytes);
+    ASSERT_EQ(transfer.file.mSliceCount, 1);
+    EXPECT_EQ(readWholeFile(transfer.file.mSlices[0]), bytes);
+}
+
+TEST(TransferFileWriting, ALaterTransferWritesOverTheSlicesOfAnEarlierOne)
+{
+    SampleTransfer transfer(3);
+    const std::string path = transfer.nextPath();
+    std::ofstream(path, std::ios::binary) << "left from another list";
+    transfer.deliver("new");
+    EXPECT_EQ(readWholeFile(path), "new");
+}
+
+TEST(TransferFileWriting, OthersMayHaveTheSliceOpenWhileItIsWritten)
+{
+    SampleTransfer transfer(1000);
+    const std::string path = transfer.nextPath();
+    std::ofstream(path, std::ios::binary) << "old";
+    std::ifstream reader(path, std::ios::binary);
+    std::fstream writer(path, std::ios::binary | std::ios::in | std::ios::out);
+    ASSERT_TRUE(reader.is_open() && writer.is_open());
+    EXPECT_TRUE(transfer.file.OpenSlice(path));
+    EXPECT_TRUE(std::fstream(path, std::ios::binary | std::ios::in | std::ios::out).is_open());
+}
+
+TEST(TransferFileWriting, AFailedOpenStopsNothingAndTheSumsGoOn)
+{
+    SampleTransfer transfer(1000);
+    const std::string missing = transfer.nextPath() + ".no-such-folder/slice";
+    EXPECT_FALSE(transfer.file.OpenSlice(missing));
+    const unsigned char data[10] = {};
+    transfer.file.Write(data, sizeof data);
+    EXPECT_EQ(transfer.file.mReadySize, 10);
+    EXPECT_LT(transfer.file.Position(), 0);
+    transfer.file.CloseSlice(missing);
+    EXPECT_EQ(transfer.file.mSliceCount, 1);
+    EXPECT_EQ(transfer.file.mSlices, std::vector<std::string>{missing});
+}
+
+TEST(TransferFileWriting, AnOpenAfterAFailedOneSucceeds)
+{
+    SampleTransfer transfer(1000);
+    EXPECT_FALSE(transfer.file.OpenSlice(transfer.nextPath() + ".no-such-folder/slice"));
+    transfer.write("kept");
+    EXPECT_EQ(transfer.file.Position(), 4);
+    transfer.finishSlice();
+    EXPECT_EQ(readWholeFile(transfer.file.mSlices.at(0)), "kept");
+}
