@@ -1,0 +1,148 @@
+// What a pasting application receives for "FileContents": a stream over a file that may still be on its way.
+#pragma once
+
+#include <windows.h>
+
+#include <objidl.h>
+
+#include <atomic>
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "data_object/file_transfer.h"
+#include "file_stream/medium_base.h"
+#include "file_utilities/detail_file_description.h"
+#include "sd/clip/clipboard_data.h"
+
+namespace sd::clip {
+
+// What the mode argument of FileStream asks for.
+constexpr std::int32_t kFileModeOpenLocal = 1;  // open the stream's own local file
+constexpr std::int32_t kFileModeTransfer = 2;   // bytes come through the transfer only
+
+// The size is known before the first byte has come, the position cannot be moved, and Read waits for the writer. One
+// stream serves file after file; each file is read from its first byte.
+//
+// It lives by its COM count alone: made by new with a count of 1 that belongs to the data object, deleted by Release.
+//
+// Threads: any. mMutex is held through the whole of Read, its waits included, so the other operations wait for a
+// running Read; called from inside it, on its own thread (a host that answers an event, or pumps messages in its
+// cancel function), they do not lock again. No lock is held while the last reference of something else goes.
+class FileStream : public IStream, public MediumBase {
+public:
+    FileStream(std::shared_ptr<DetailFileDescription> description, FileRequestFunc data, FileCancelFunc cancel,
+               std::int32_t mode);
+
+    // @param transfer where the records of files come from; kept, and it keeps the records. Nothing is ever found
+    //                 without it
+    FileStream(std::shared_ptr<DetailFileDescription> description, std::shared_ptr<FileTransfer> transfer,
+               std::int32_t mode);
+
+    FileStream(const FileStream&) = delete;
+    FileStream& operator=(const FileStream&) = delete;
+
+    // IUnknown:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE Release() override;
+
+    // ISequentialStream:
+
+    // @return S_OK for all of the bytes; S_FALSE for fewer: the end of a slice, or with 0 bytes the end of the file or
+    //         a wait that failed; STG_E_REVERTED after Cancel or Disconnect; STG_E_INVALIDPOINTER for a null, the
+    //         count's included
+    HRESULT STDMETHODCALLTYPE Read(void* pv, ULONG cb, ULONG* pcbRead) override;
+    // Succeeds and writes nothing: applications exist that take an error here for a failed paste.
+    HRESULT STDMETHODCALLTYPE Write(const void* pv, ULONG cb, ULONG* pcbWritten) override;
+
+    // IStream:
+    HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) override;
+    HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER libNewSize) override;
+    HRESULT STDMETHODCALLTYPE CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead,
+                                     ULARGE_INTEGER* pcbWritten) override;
+    HRESULT STDMETHODCALLTYPE Commit(DWORD grfCommitFlags) override;
+    HRESULT STDMETHODCALLTYPE Revert() override;
+    HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) override;
+    HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) override;
+    HRESULT STDMETHODCALLTYPE Stat(STATSTG* pstatstg, DWORD grfStatFlag) override;
+    HRESULT STDMETHODCALLTYPE Clone(IStream** ppstm) override;
+
+    // MediumBase:
+
+    // Wakes a reader that waits for a slice, which goes on waiting to its deadline, and returns when it has ended. Not
+    // undone by SetFile.
+    void Cancel() override;
+
+    // Points the stream at a file; the next Read begins with its first byte.
+    // @return false if the stream is waiting, or if mode asks for the local file of a description without a path
+    bool SetFile(std::shared_ptr<DetailFileDescription> description, FileRequestFunc data, FileCancelFunc cancel,
+                 std::int32_t mode);
+
+    // The same, and leaves the functions as they are. The transfer of the constructor stays in use.
+    bool SetFile(std::shared_ptr<DetailFileDescription> description, const std::shared_ptr<FileTransfer>& transfer,
+                 std::int32_t mode);
+
+    // The stream's own local file.
+    void open();
+    void close();
+
+    // Does nothing but log.
+    void onFileTransferData(const ClipfileDescription& description, const unsigned char* data, std::uint64_t size);
+
+    // The data object has died: from now on Read gives STG_E_REVERTED and asks the transfer for nothing more. Returns
+    // at once; a Read that waits for a record gives up after its pause, one that waits for a slice waits on.
+    void Disconnect();
+
+    // The file that the stream points at; may be null. Does not wait for a running Read.
+    std::shared_ptr<DetailFileDescription> GetFileDescription() const;
+
+private:
+    friend class TestAccess;
+
+    ~FileStream() override;
+
+    HRESULT readCurrentFile(char* buffer, ULONG length, ULONG& copied);
+    TransferFile* waitForTransferFile();
+    TransferFile* findTransferFile(const DetailFileDescription* description);
+    bool findPosition(DWORD origin, std::uint64_t& position) const;
+    bool mayPointAnew() const;
+    bool pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode);
+    void takeDescription(std::shared_ptr<DetailFileDescription> description);
+    bool isReadingHere() const;
+    std::unique_lock<std::mutex> lockUnlessReading();
+    std::uint64_t localFileSize();
+
+    std::atomic<std::uint32_t> mRefCount{1};
+    // Guarded by mMutex where no other word stands.
+    std::string mFilePath;  // where mLocalFile lies, UTF-8; nothing sets it yet
+    std::string mFileName;  // the relative name of the file
+    std::ifstream mLocalFile;
+    std::uint64_t mFileSize = 0;                              // bytes
+    FileRequestFunc mFileDataFunc;                            // kept, not called
+    FileCancelFunc mFileCancelFunc;                           // kept, not called
+    std::shared_ptr<DetailFileDescription> mFileDescription;  // guarded by mDescriptionMutex
+    bool mIsWaiting = false;                                  // nothing sets it yet
+    bool mSeekable = false;                                   // nothing sets it yet
+    // Cleared and not read.
+    bool mUnusedFlag1 = false;
+    bool mUnusedFlag2 = false;
+    std::uint64_t mUnusedNumber1 = 0;
+    std::uint64_t mUnusedNumber2 = 0;
+    std::uint64_t mUnusedNumber3 = 0;
+    std::uint64_t mWaitClipboardReadTime = 0;           // milliseconds that the current Read has waited for its record
+    const std::shared_ptr<FileTransfer> mFileTransfer;  // set by the second constructor only
+    // Looked up anew by each Read; mFileTransfer keeps it alive. Atomic because Cancel reads it while a Read is at
+    // work.
+    std::atomic<TransferFile*> mTransferFile{nullptr};
+
+    mutable std::mutex mDescriptionMutex;           // a leaf: nothing is called under it
+    bool mStartsAnew = true;                        // the next Read begins its file with the first byte
+    std::atomic<bool> mDisconnected{false};         // the data object is gone
+    std::atomic<std::thread::id> mReadingThread{};  // who is inside Read and so holds mMutex
+};
+
+}  // namespace sd::clip

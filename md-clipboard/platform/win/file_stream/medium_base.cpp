@@ -1,0 +1,17 @@
+#include "file_stream/medium_base.h"
+
+namespace sd::clip {
+
+MediumBase::~MediumBase()
+{
+    if (mDestroyFunc)
+        mDestroyFunc();
+}
+
+void MediumBase::Cancel()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mCancelled = true;
+}
+
+}  // namespace sd::clip
