@@ -12,6 +12,7 @@
 namespace {
 
 const std::string kPrefix = "%s %s(%d): %s:%d %s ";
+const std::string kShortPrefix = "%s %s(%d): ";  // of one old line
 
 struct Storage {
     std::mutex mutex;
@@ -53,7 +54,8 @@ extern "C" void lumoraLogPrint(int module, int level, const char* tag, const cha
     line.tag = tag;
     line.format = format;
     line.thread = std::this_thread::get_id();
-    if (!beginsWith(line.format, kPrefix)) {
+    const bool isWhole = beginsWith(line.format, kPrefix);
+    if (!beginsWith(line.format, kShortPrefix)) {
         std::fprintf(stderr, "log line without the common prefix: %s\n", format);
         std::abort();
     }
@@ -62,10 +64,12 @@ extern "C" void lumoraLogPrint(int module, int level, const char* tag, const cha
     line.file = va_arg(arguments, const char*);
     line.function = va_arg(arguments, const char*);
     line.line = va_arg(arguments, int);
-    line.fileAgain = va_arg(arguments, const char*);
-    line.lineAgain = va_arg(arguments, int);
-    line.functionAgain = va_arg(arguments, const char*);
-    line.message = formatMessage(format + kPrefix.size(), arguments);
+    if (isWhole) {
+        line.fileAgain = va_arg(arguments, const char*);
+        line.lineAgain = va_arg(arguments, int);
+        line.functionAgain = va_arg(arguments, const char*);
+    }
+    line.message = formatMessage(format + (isWhole ? kPrefix : kShortPrefix).size(), arguments);
     va_end(arguments);
 
     Journal::shared().add("log " + std::to_string(level) + " " + line.message);

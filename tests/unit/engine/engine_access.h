@@ -80,6 +80,11 @@ public:
         return id.get();
     }
 
+    static void setLongestInstall(ClipboardImpl& engine, std::chrono::seconds longest)
+    {
+        engine.mLongestInstall = longest;
+    }
+
     static std::vector<const void*> members(const ClipboardImpl& engine)
     {
         return {

@@ -5,6 +5,7 @@
 #include <exception>
 #include <utility>
 
+#include "data_object/file_request.h"
 #include "log.h"
 
 namespace sd::clip {
@@ -133,7 +134,10 @@ void ClipboardImpl::resetClipCObjectData(ClipDataObject* object)
 {
     CLIP_LOG(kLogInfo, "mClipDataObject=%p, object:%p", static_cast<void*>(mClipDataObject.load()),
              static_cast<void*>(object));
-    mClipDataObject.compare_exchange_strong(object, nullptr);
+    std::shared_ptr<FileRequest> forgotten;  // goes after the lock
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    if (mClipDataObject.compare_exchange_strong(object, nullptr))
+        mFileRequest.swap(forgotten);
 }
 
 void ClipboardImpl::resetOleclipboard()

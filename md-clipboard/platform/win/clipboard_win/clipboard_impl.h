@@ -8,7 +8,9 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,11 +18,14 @@
 #include <vector>
 
 #include "clipboard_win/latest_task_thread.h"
-#include "data_object/clip_data_object.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
 
 namespace sd::clip {
+
+class ClipDataObject;
+class FileRequest;
+enum class FuncExecStatus : std::int32_t;
 
 // Threads: any, at once. No lock is held during a call to the host. Made once and never destroyed: detached threads
 // use it until the process ends.
@@ -67,6 +72,9 @@ public:
     // Empties the OLE clipboard of the calling thread.
     void resetOleclipboard();
 
+    // The same, but only while the request's data object is what the clipboard holds: nobody's newer copy is emptied.
+    void resetOleclipboardOf(const FileRequest& request);
+
 private:
     friend class TestAccess;
 
@@ -84,6 +92,17 @@ private:
     std::shared_ptr<ClipboardData> readText();
     std::shared_ptr<ClipboardData> readFiles();
     std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();
+
+    // clipboard_writing.cpp
+    class PendingObject;
+    bool setFileList(std::shared_ptr<ClipboardData> data);
+    bool installOnWorkThread(const std::shared_ptr<PendingObject>& pending, std::int64_t fileCount);
+    std::future_status waitForWorkThread(const std::future<FuncExecStatus>& done) const;
+    void setCurrentOleDataObject(PendingObject& pending);
+    bool setOleDataObject(ClipDataObject* object);
+    bool isOnClipboard(const FileRequest& request) const;
+    std::shared_ptr<FileRequest> currentRequest() const;
+    void noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request);
 
     std::shared_ptr<ClipboardListener> listener() const;
     void keepClipData(std::shared_ptr<ClipboardData> data);
@@ -104,6 +123,12 @@ private:
     // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits
     // here. For the same reason a thread may take it again.
     std::recursive_timed_mutex mReadMutex;
+
+    // Of the noted data object. The gates ask it, and not the object, which may be dying on another thread.
+    std::shared_ptr<FileRequest> mFileRequest;     // guarded by mStateMutex
+    std::weak_ptr<FileRequest> mInstalledRequest;  // guarded by mStateMutex: whose object went on the clipboard last
+    HWND mInstalledOwner = nullptr;                // guarded by mStateMutex: the clipboard's owner right after
+    std::chrono::seconds mLongestInstall{3600};    // constant
 };
 
 }  // namespace sd::clip

@@ -1,23 +1,233 @@
-// Puts a guest's file list on the local clipboard. Not there yet: each operation says so and reports failure.
+// Puts a guest's file list on the local clipboard, and takes it off again.
+#include <ole2.h>
+#include <wrl/client.h>
+
+#include <utility>
+
 #include "clipboard_win/clipboard_impl.h"
+#include "data_object/clip_data_object.h"
+#include "data_object/data_lock.h"
 #include "log.h"
+#include "sd/clip/clipboard_data.h"
+#include "workthread/future_error_number.h"
+#include "workthread/remote_format_file.h"
 
 namespace sd::clip {
 
-bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> /*data*/)
+namespace {
+
+constexpr std::uint32_t kTransferFailed = 1;
+constexpr auto kMessagePause = std::chrono::milliseconds(10);
+
+std::int64_t countFiles(const std::shared_ptr<ClipboardData>& data)
 {
-    CLIP_LOG(kLogError, "SetClipboardData is not there yet, format:%d", static_cast<int>(format));
-    return false;
+    const auto files = std::dynamic_pointer_cast<ClipboardFileData>(data);
+    return files != nullptr ? static_cast<std::int64_t>(files->GetFiles().size()) : 0;
+}
+
+}  // namespace
+
+// A data object on its way to the work thread, with the reference of its creation. Whoever takes it owns that
+// reference; if nobody does, because the job was discarded, the object goes with the job.
+class ClipboardImpl::PendingObject {
+public:
+    explicit PendingObject(ClipDataObject* object) : mObject(object) {}
+    ~PendingObject()
+    {
+        if (ClipDataObject* const left = take())
+            left->Release();
+    }
+    PendingObject(const PendingObject&) = delete;
+    PendingObject& operator=(const PendingObject&) = delete;
+
+    ClipDataObject* take()
+    {
+        return mObject.exchange(nullptr);
+    }
+
+private:
+    std::atomic<ClipDataObject*> mObject;
+};
+
+bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data)
+{
+    CLIP_LOG(kLogInfo, "Enter");
+    const std::int64_t fileCount = countFiles(data);
+    if (!mFileClipboardSupported) {
+        CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
+        notifyClipboardEvent("setClipboard", "condition", "file", fileCount,
+                             "received guest file list but guest not support", "sucess", "", "");
+        return false;
+    }
+    if (format == ClipboardFormat::FileLazy) {
+        CLIP_LOG(kLogInfo, "Use file lazy renderer to handle file clipboard data");
+        CLIP_LOG(kLogError, "The lazy renderer is not there yet");
+        return false;
+    }
+    const std::shared_ptr<FileRequest> current = currentRequest();
+    if (current != nullptr && current->IsDataTransfering()) {
+        CLIP_LOG(kLogError, "not support set clipboard when file is transfering");
+        notifyClipboardEvent("setClipboard", "condition", "file", fileCount,
+                             "received guest file list when some file is transferring, ignore", "sucess", "", "");
+        return false;
+    }
+    return setFileList(std::move(data));
+}
+
+bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data)
+{
+    const std::int64_t fileCount = countFiles(data);
+    keepClipData(data);
+    setOleDataObject(nullptr);
+
+    auto* const object = new ClipDataObject;
+    const auto pending = std::make_shared<PendingObject>(object);
+    noteDataObject(object, object->GetRequest());
+    CLIP_LOG(kLogInfo, "Create new clipdataobject:%p.", static_cast<void*>(object));
+    object->SetClipboardData(std::move(data));
+    try {
+        return installOnWorkThread(pending, fileCount);
+    } catch (const std::future_error& failure) {
+        CLIP_LOG(kLogError, "handle future error code %d, %s", futureErrorNumber(failure), failure.what());
+        return false;
+    }
+}
+
+// What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
+bool ClipboardImpl::installOnWorkThread(const std::shared_ptr<PendingObject>& pending, std::int64_t fileCount)
+{
+    RemoteFormatFile& workThread = RemoteFormatFile::Instance();
+    const std::future<FuncExecStatus> done =
+        workThread.MoveToThread([this, pending] { setCurrentOleDataObject(*pending); });
+    if (waitForWorkThread(done) == std::future_status::timeout) {
+        workThread.MoveToThread(nullptr);  // withdraws the job
+        notifyClipboardEvent("setClipboard", "setFail", "file", fileCount, "set guest file list to clipboard fail",
+                             "error", "1501", "set data to ole clipboard fail");
+        return false;
+    }
+    notifyClipboardEvent("setClipboard", "setComplete", "file", fileCount, "set guest file list to clipboard complete",
+                         "sucess", "", "");
+    return true;
+}
+
+// A caller that joined OLE owns the clipboard that was just emptied, and the work thread's OleSetClipboard sends a
+// message to the owner: it is served while waiting.
+std::future_status ClipboardImpl::waitForWorkThread(const std::future<FuncExecStatus>& done) const
+{
+    const auto end = std::chrono::steady_clock::now() + mLongestInstall;
+    for (;;) {
+        const std::future_status status = done.wait_for(kMessagePause);
+        if (status != std::future_status::timeout || std::chrono::steady_clock::now() >= end)
+            return status;
+        MSG message;
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    }
+}
+
+// What the work thread runs. The object is this call's own: of two calls at once each installs its object, once.
+void ClipboardImpl::setCurrentOleDataObject(PendingObject& pending)
+{
+    if (ClipDataObject* const object = pending.take())
+        setOleDataObject(object);
+}
+
+bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
+{
+    if (object == nullptr) {
+        CLIP_LOG(kLogInfo, "Empty OLE Clipboard data\n");
+        OleSetClipboard(nullptr);
+        return true;
+    }
+    const int initialized = object->DataObjectInit();
+    if (initialized < 0) {
+        CLIP_LOG(kLogError, "OLE Clipboard data init fail. ret:%d\n", initialized);
+        return false;
+    }
+    IDataObject* data = nullptr;
+    const HRESULT queried = object->QueryInterface(IID_IDataObject, reinterpret_cast<void**>(&data));
+    if (FAILED(queried)) {
+        CLIP_LOG(kLogError, "QueryInterface return %d error code: %d", static_cast<int>(queried),
+                 static_cast<int>(GetLastError()));
+        return false;
+    }
+    const std::shared_ptr<FileRequest> request = object->GetRequest();
+    object->Release();
+    const HRESULT set = OleSetClipboard(data);
+    if (FAILED(set)) {
+        // The first number is the query's, as it always was. The object stays, with a reference that nobody holds.
+        CLIP_LOG(kLogInfo, "OleSetClipboard return %d  error code : %d", static_cast<int>(queried),
+                 static_cast<int>(GetLastError()));
+        return false;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        mInstalledRequest = request;
+        mInstalledOwner = GetClipboardOwner();
+    }
+    data->Release();
+    CLIP_LOG(kLogInfo, "OLE Clipboard Set Done\n");
+    return true;
+}
+
+bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
+{
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    return mInstalledRequest.lock().get() == &request && mInstalledOwner != nullptr &&
+           GetClipboardOwner() == mInstalledOwner;
+}
+
+void ClipboardImpl::resetOleclipboardOf(const FileRequest& request)
+{
+    if (isOnClipboard(request))
+        resetOleclipboard();
 }
 
 void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
 {
-    CLIP_LOG(kLogError, "NotifyFileTransferFailed is not there yet, fail:%d", static_cast<int>(fail));
+    CLIP_LOG(kLogInfo, "fail:%d", static_cast<int>(fail));
+    ClipDataObject* const object = mClipDataObject;
+    const std::shared_ptr<FileRequest> request = currentRequest();
+    if (object == nullptr || request == nullptr) {
+        CLIP_LOG(kLogInfo, "ClipDataObject is nullptr, don't need reset oleclipboard");
+        return;
+    }
+    if (!request->IsDataTransfering()) {
+        CLIP_LOG(kLogError, "clipboard file request is not transfering");
+        return;
+    }
+    if (fail != kTransferFailed)
+        return;
+    keepClipData(nullptr);
+    request->NotifyFileTransferFailed();
+    noteDataObject(nullptr, nullptr);
+    if (!DataLockScope::isHeldByThisThread()) {
+        setOleDataObject(nullptr);
+        return;
+    }
+    // From inside an event or a function that is called under a data lock: later, if nothing newer came meanwhile.
+    DataLockScope::runWithoutLock([this, request] {
+        if (isOnClipboard(*request))
+            setOleDataObject(nullptr);
+    });
 }
 
 void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
 {
     CLIP_LOG(kLogError, "NotifyFileLazyRenderingComplete is not there yet, result:%d", static_cast<int>(result));
+}
+
+std::shared_ptr<FileRequest> ClipboardImpl::currentRequest() const
+{
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    return mFileRequest;
+}
+
+void ClipboardImpl::noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request)
+{
+    // The earlier request goes with `request`, after the lock.
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    mClipDataObject = object;
+    mFileRequest.swap(request);
 }
 
 }  // namespace sd::clip

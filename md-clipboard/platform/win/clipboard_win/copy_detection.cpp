@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "clipboard_win/clipboard_impl.h"
+#include "data_object/file_request.h"
 #include "log.h"
 
 namespace sd::clip {
@@ -52,6 +53,13 @@ void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/,
 {
     if (mFileLazyRenderer.ConsumeCopy()) {
         CLIP_LOG(kLogInfo, "File clipboard lazy renderer is ready, skip onDetectCopy");
+        return;
+    }
+
+    const std::shared_ptr<FileRequest> request = currentRequest();
+    if (request != nullptr && request->IsDataTransfering()) {
+        CLIP_LOG(kLogError, "not support onDetectCopy when file is transferring");
+        reportIgnoredCopy("client copy file when some file is transferring, ignore");
         return;
     }
 

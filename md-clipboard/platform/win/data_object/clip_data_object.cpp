@@ -1,0 +1,227 @@
+#include "data_object/clip_data_object.h"
+
+#include <shlobj.h>
+#include <wrl/client.h>
+
+#include <exception>
+#include <iterator>
+#include <new>
+#include <utility>
+
+#include "clipboard_win/clipboard_impl.h"
+#include "data_object/medium_rendering.h"
+#include "file_stream/file_stream.h"
+#include "file_utilities/detail_file_description.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+void raisePasteEvent(std::size_t fileCount)
+{
+    if (const auto engine = ClipboardImpl::instance()) {
+        engine->notifyClipboardEvent("clientPaste", "getFileContent", "file", static_cast<std::int64_t>(fileCount),
+                                     "pformatetcIn->cfFormat == mFormatFileContent", "sucess", "", "");
+    }
+}
+
+}  // namespace
+
+ClipDataObject::ClipDataObject() : mRequest(std::make_shared<FileRequest>())
+{
+    CLIP_LOG(kLogInfo, "create %p", static_cast<void*>(this));
+}
+
+ClipDataObject::~ClipDataObject()
+{
+    CLIP_LOG(kLogInfo, "destroy %p", static_cast<void*>(this));
+    mRequest->Cut();
+    if (const auto engine = ClipboardImpl::instance())
+        engine->resetClipCObjectData(this);
+}
+
+// With the short prefix, as this one line always had.
+void ClipDataObject::SetClipboardData(std::shared_ptr<ClipboardData> data)
+{
+    const int format = data != nullptr ? static_cast<int>(data->GetFormat()) : 0;
+    lumoraLogPrint(0, kLogInfo, "clipboard", "%s %s(%d): SetClipboardData format:%d", logBaseName(__FILE__), __func__,
+                   __LINE__, format);
+    mRequest->SetClipboardData(std::move(data));
+}
+
+HRESULT ClipDataObject::QueryInterface(REFIID id, void** object)
+{
+    return CDataObject::QueryInterface(id, object);
+}
+
+ULONG ClipDataObject::AddRef()
+{
+    return CDataObject::AddRef();
+}
+
+ULONG ClipDataObject::Release()
+{
+    return CDataObject::Release();
+}
+
+HRESULT ClipDataObject::GetData(FORMATETC* format, STGMEDIUM* medium)
+{
+    if (format == nullptr || medium == nullptr)
+        return E_INVALIDARG;
+    *medium = {};
+    // A veto empties the clipboard, which may hold the last reference but this.
+    const Microsoft::WRL::ComPtr<IDataObject> self(this);
+    try {
+        return renderData(*format, *medium);
+    } catch (const std::exception& failure) {
+        CLIP_LOG(kLogFatal, "GetData fails: %s", failure.what());
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT ClipDataObject::renderData(FORMATETC& format, STGMEDIUM& medium)
+{
+    const auto data = mRequest->GetClipboardData();
+    if (data == nullptr || data->GetFormat() != ClipboardFormat::File)
+        return DV_E_FORMATETC;
+    const auto record = std::dynamic_pointer_cast<ClipboardFileDataImpl>(data);
+    if (record == nullptr)
+        return DV_E_FORMATETC;
+    if (format.cfFormat == mFormatFileDesc) {
+        CLIP_LOG(kLogInfo, "formatFileDesc");
+        return (format.tymed & TYMED_HGLOBAL) != 0 ? RenderFileGroupDescriptor(record->GetFiles(), medium)
+                                                   : DV_E_FORMATETC;
+    }
+    if (format.cfFormat == mFormatFileContent)
+        return renderContents(format, medium, *record);
+    if (format.cfFormat == mFormatAsyncFlag)
+        return RenderAsyncFlag(medium);
+    return SUCCEEDED(EnsureShellDataObject()) ? shellDataObject()->GetData(&format, &medium) : DV_E_FORMATETC;
+}
+
+HRESULT ClipDataObject::renderContents(const FORMATETC& format, STGMEDIUM& medium, ClipboardFileDataImpl& record)
+{
+    if ((format.tymed & TYMED_ISTREAM) == 0)
+        return DV_E_FORMATETC;
+    if (!record.GetFileRequestFunc()) {
+        CLIP_LOG(kLogError, "request file data func is null");
+        return DV_E_FORMATETC;
+    }
+    const std::vector<ClipfileDescription>& files = record.GetFiles();
+    raisePasteEvent(files.size());
+    const auto index = static_cast<std::uint64_t>(static_cast<std::int64_t>(format.lindex));  // -1 counts as huge
+    if (index >= files.size()) {
+        CLIP_LOG(kLogError, "file list invalid");
+        return DV_E_FORMATETC;
+    }
+    const ClipfileDescription file = files[index];
+    const RequestFileState state = mRequest->GetRequestFileState();
+    if (index == 0 && (state == RequestFileState::kRequesting || state == RequestFileState::kTransfering)) {
+        CLIP_LOG(kLogError, "Detect new copy while copy event processing, ignore.");
+        return DV_E_FORMATETC;
+    }
+    bool rejected = false;
+    mRequest->startRequestFileData(file, rejected);
+    if (rejected) {
+        CLIP_LOG(kLogError, "Request file data failed, reject by policy.");
+        return DV_E_FORMATETC;
+    }
+    FileStream* const stream = streamFor(file, record);
+    if (stream == nullptr)
+        return DV_E_FORMATETC;
+    medium.pstm = stream;  // with a reference of its own
+    medium.tymed = TYMED_ISTREAM;
+    return S_OK;
+}
+
+// One stream serves all files in turn: whoever pastes finishes one before asking for the next. A stream that is busy
+// with another file is given out all the same; the failure is in the log only.
+FileStream* ClipDataObject::streamFor(const ClipfileDescription& file, ClipboardFileDataImpl& record)
+{
+    const auto description = std::make_shared<DetailFileDescription>(file);
+    const FileCancelFunc cancel = record.GetFileCancelFunc();
+    CLIP_LOG(kLogInfo, "Create filestream(%s) to copy to destination. fileData->GetFileCancelFunc():%p",
+             file.fileName.c_str(), static_cast<const void*>(&cancel));
+    if (Microsoft::WRL::ComPtr<FileStream> stream = mRequest->GetStream()) {
+        if (!stream->SetFile(description, record.GetFileRequestFunc(), cancel, kFileModeTransfer))
+            CLIP_LOG(kLogError, "The last file has not been copied yet.");
+        return stream.Detach();
+    }
+    Microsoft::WRL::ComPtr<FileStream> stream;
+    // Not by Attach, which takes one reference too many in MinGW-w64's header.
+    *stream.GetAddressOf() = new (std::nothrow) FileStream(description, mRequest, kFileModeTransfer);
+    if (!stream) {
+        CLIP_LOG(kLogError, "Create FileStream failed!");
+        return nullptr;
+    }
+    mRequest->SetStream(stream.Get());
+    return stream.Detach();
+}
+
+HRESULT ClipDataObject::QueryGetData(FORMATETC* format)
+{
+    if (format == nullptr)
+        return E_INVALIDARG;
+    const auto data = mRequest->GetClipboardData();
+    if (data == nullptr || data->GetFormat() != ClipboardFormat::File)
+        return S_FALSE;
+    if (format->cfFormat == mFormatFileDesc || format->cfFormat == mFormatFileContent ||
+        format->cfFormat == mFormatAsyncFlag)
+        return S_OK;
+    return SUCCEEDED(EnsureShellDataObject()) ? shellDataObject()->QueryGetData(format) : S_FALSE;
+}
+
+HRESULT ClipDataObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats)
+{
+    if (formats == nullptr)
+        return E_INVALIDARG;
+    *formats = nullptr;
+    const auto data = mRequest->GetClipboardData();
+    if (direction != DATADIR_GET || data == nullptr)
+        return E_NOTIMPL;
+    if (data->GetFormat() != ClipboardFormat::File) {
+        // A rich text is asked for its items, which nobody offers yet.
+        if (auto* const richtext = dynamic_cast<ClipboardRichtextData*>(data.get()))
+            richtext->GetItems();
+        return E_NOTIMPL;
+    }
+    const FORMATETC offered[] = {
+        {static_cast<CLIPFORMAT>(mFormatFileDesc), nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL},
+        {static_cast<CLIPFORMAT>(mFormatAsyncFlag), nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL},
+        {static_cast<CLIPFORMAT>(mFormatFileContent), nullptr, DVASPECT_CONTENT, -1, TYMED_ISTREAM},
+    };
+    return SHCreateStdEnumFmtEtc(static_cast<UINT>(std::size(offered)), offered, formats);
+}
+
+bool ClipDataObject::startRequestFileData(const ClipfileDescription& file, bool& rejected)
+{
+    return mRequest->startRequestFileData(file, rejected);
+}
+
+TransferFile* ClipDataObject::GetTransferFile(const ClipfileDescription& file)
+{
+    return mRequest->GetTransferFile(file);
+}
+
+RequestFileState ClipDataObject::GetRequestFileState()
+{
+    return mRequest->GetRequestFileState();
+}
+
+bool ClipDataObject::IsDataTransfering()
+{
+    return mRequest->IsDataTransfering();
+}
+
+void ClipDataObject::CancelRemoteTransfer()
+{
+    mRequest->CancelRemoteTransfer();
+}
+
+void ClipDataObject::NotifyFileTransferFailed()
+{
+    mRequest->NotifyFileTransferFailed();
+}
+
+}  // namespace sd::clip

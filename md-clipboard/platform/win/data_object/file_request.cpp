@@ -1,0 +1,202 @@
+#include "data_object/file_request.h"
+
+#include <utility>
+
+#include "clipboard_win/clipboard_impl.h"
+#include "data_object/data_lock.h"
+#include "file_stream/file_stream.h"
+#include "file_utilities/create_dir.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+std::uint64_t sumSizes(ClipboardData* data)
+{
+    std::uint64_t sum = 0;
+    if (auto* files = dynamic_cast<ClipboardFileData*>(data)) {
+        for (const ClipfileDescription& file : files->GetFiles())
+            sum += file.size;
+    }
+    return sum;
+}
+
+}  // namespace
+
+FileRequest::FileRequest() = default;
+FileRequest::~FileRequest() = default;
+
+void FileRequest::SetClipboardData(std::shared_ptr<ClipboardData> data)
+{
+    mTotalFileSize = sumSizes(data.get());
+    std::lock_guard<std::mutex> lock(mStateLock);
+    mClipData.swap(data);
+}
+
+std::shared_ptr<ClipboardData> FileRequest::GetClipboardData() const
+{
+    std::lock_guard<std::mutex> lock(mStateLock);
+    return mClipData;
+}
+
+void FileRequest::SetStream(FileStream* stream)
+{
+    Microsoft::WRL::ComPtr<FileStream> replaced = stream;
+    std::lock_guard<std::mutex> lock(mStateLock);
+    mFileStream.Swap(replaced);  // an earlier one goes after the lock
+}
+
+Microsoft::WRL::ComPtr<FileStream> FileRequest::GetStream() const
+{
+    std::lock_guard<std::mutex> lock(mStateLock);
+    return mFileStream;
+}
+
+bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& rejected)
+{
+    DataLockScope lock(mDataLock);
+    CLIP_LOG(kLogInfo, "startRequestFileData:%s mRequestFileState:%d", file.fileName.c_str(),
+             static_cast<int>(mRequestFileState.load()));
+    rejected = false;
+    // A call from inside the host's paste function, whose dialog pumps messages, counts as one that is under way.
+    if (mStarting || isUnderWay() || mRequestFileState == RequestFileState::kRequestFinished) {
+        CLIP_LOG(kLogInfo, "File is requesting or finished, dont need start request again!");
+        return false;
+    }
+    const auto record = std::dynamic_pointer_cast<ClipboardFileData>(GetClipboardData());
+    if (record == nullptr)
+        return false;
+    mStarting = true;
+    const bool wanted = isPasteWanted(*record);
+    const bool requested = wanted && requestFromHost(file, *record);
+    mStarting = false;
+    if (!wanted) {
+        CLIP_LOG(kLogInfo, "Abort ole clipboard paste due to APP rejection.");
+        DataLockScope::runWithoutLock([self = shared_from_this()] {
+            if (const auto engine = ClipboardImpl::instance())
+                engine->resetOleclipboardOf(*self);
+        });
+        rejected = true;
+    }
+    return requested;
+}
+
+// Asked anew for each attempt that is not under way yet. No function means consent.
+bool FileRequest::isPasteWanted(ClipboardFileData& record)
+{
+    auto* known = dynamic_cast<ClipboardFileDataImpl*>(&record);
+    const OLEClipboardPasteFunc paste = known != nullptr ? known->GetOLEClipboardPasteFunc() : nullptr;
+    return !paste || paste();
+}
+
+bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFileData& record)
+{
+    if (const auto engine = ClipboardImpl::instance()) {
+        engine->notifyClipboardEvent("triggerClipboardFilePaste", "", "file", -1, "start request file transfer",
+                                     "sucess", "", "");
+    }
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        mRequestFileState = RequestFileState::kRequesting;
+        mRequestedFile = file;
+    }
+    createDir(ClipboardImpl::GetCacheDirectory());  // a failure shows when the first slice can't be opened
+
+    const FileRequestFunc request = record.GetFileRequestFunc();
+    if (!request) {
+        CLIP_LOG(kLogError, "request file data func is null");
+        mRequestFileState = RequestFileState::kRequestFailed;
+        return false;
+    }
+    request(file, MakeSink());
+    return true;
+}
+
+TransferFile* FileRequest::GetTransferFile(const ClipfileDescription& file)
+{
+    return mTransferFiles.Find(MakeFileKey(file));
+}
+
+RequestFileState FileRequest::GetRequestFileState()
+{
+    return mRequestFileState;
+}
+
+bool FileRequest::isUnderWay() const
+{
+    const RequestFileState state = mRequestFileState;
+    return state == RequestFileState::kRequesting || state == RequestFileState::kTransfering;
+}
+
+bool FileRequest::IsDataTransfering()
+{
+    CLIP_LOG(kLogInfo, "RequestFileState:%d", static_cast<int>(mRequestFileState.load()));
+    return isUnderWay();
+}
+
+// The host's function runs without any lock of ours; meanwhile deliveries are dropped, and nobody cancels again.
+void FileRequest::CancelRemoteTransfer()
+{
+    if (!IsDataTransfering())
+        return;
+    std::shared_ptr<ClipboardData> data;
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        if (mCancelRuns || mClipData == nullptr)
+            return;
+        mCancelling = true;
+        mCancelRuns = true;
+        data = mClipData;
+    }
+    CLIP_LOG(kLogInfo, "Cancel remote file request");
+    auto* const record = dynamic_cast<ClipboardFileDataImpl*>(data.get());
+    const FileCancelFunc cancel = record != nullptr ? record->GetFileCancelFunc() : nullptr;
+    if (cancel)
+        cancel(descriptionForCancel());
+    mRequestFileState = RequestFileState::kRequestFailed;
+    const auto engine = ClipboardImpl::instance();
+    if (engine != nullptr && !mIsCut)
+        engine->resetOleclipboardOf(*this);
+    std::shared_ptr<ClipboardData> dropped;  // goes after the lock: its functions are the host's
+    std::lock_guard<std::mutex> lock(mStateLock);
+    mClipData.swap(dropped);
+}
+
+// What the stream is on; before there is a stream, what was asked for.
+ClipfileDescription FileRequest::descriptionForCancel() const
+{
+    const auto stream = GetStream();
+    const auto current = stream ? stream->GetFileDescription() : nullptr;
+    std::lock_guard<std::mutex> lock(mStateLock);
+    return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mRequestedFile;
+}
+
+void FileRequest::NotifyFileTransferFailed()
+{
+    CLIP_LOG(kLogInfo, "Cancel file stream wait.");
+    if (const auto stream = GetStream())
+        stream->Cancel();  // waits for a read that runs on another thread
+}
+
+void FileRequest::Cut()
+{
+    {
+        DataLockScope lock(mDataLock);  // a delivery that is being taken ends first
+        std::lock_guard<std::mutex> state(mStateLock);
+        mCancelling = true;
+        mIsCut = true;
+    }
+    CancelRemoteTransfer();
+    std::shared_ptr<ClipboardData> data;
+    Microsoft::WRL::ComPtr<FileStream> stream;
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        mClipData.swap(data);
+        mFileStream.Swap(stream);
+    }
+    if (stream)
+        stream->Disconnect();
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,92 @@
+// The request for one file list of the guest: its state, the records of arriving files and the sink that takes them.
+//
+// A data object, its stream, the sink that the host keeps and the engine all know the request and share it; none of
+// them knows another by an address that may be gone. The data object's destructor cuts the request: from then on
+// deliveries are dropped and nothing is found.
+#pragma once
+
+#include <windows.h>
+
+#include <wrl/client.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "data_object/file_transfer.h"
+#include "data_object/transfer_files.h"
+#include "sd/clip/clipboard_data.h"
+
+namespace sd::clip {
+
+class FileStream;
+
+// Threads: any. Lock order: the data lock (data_lock.h), then mStateLock or a lock of the records, which are leaves.
+class FileRequest final : public FileTransfer, public std::enable_shared_from_this<FileRequest> {
+public:
+    FileRequest();
+    ~FileRequest();
+    FileRequest(const FileRequest&) = delete;
+    FileRequest& operator=(const FileRequest&) = delete;
+
+    // Once, before the data object goes on the clipboard. The list must not change afterwards.
+    void SetClipboardData(std::shared_ptr<ClipboardData> data);
+
+    // The record; null before it was set, after a cancel and after cut.
+    std::shared_ptr<ClipboardData> GetClipboardData() const;
+
+    // Takes a reference of its own; released by cut. The stream may outlive the request's interest in it.
+    void SetStream(FileStream* stream);
+    Microsoft::WRL::ComPtr<FileStream> GetStream() const;
+
+    // What the destruction of the data object leaves behind: a transfer that is under way is cancelled, the record and
+    // the stream are let go, and whoever still reads is told. Waits for a delivery that is being taken.
+    void Cut();
+
+    // What the host calls for each piece of file data. See FileDataSink.
+    FileDataSink MakeSink();
+    void TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size);
+
+    // FileTransfer:
+    bool startRequestFileData(const ClipfileDescription& file, bool& rejected) override;
+    TransferFile* GetTransferFile(const ClipfileDescription& file) override;
+    RequestFileState GetRequestFileState() override;
+    bool IsDataTransfering() override;
+    void CancelRemoteTransfer() override;
+    void NotifyFileTransferFailed() override;
+
+private:
+    friend class TestAccess;
+
+    std::shared_ptr<ClipboardFileDataImpl> recordForDelivery() const;
+    bool isUnderWay() const;
+    bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record);
+    static bool isPasteWanted(ClipboardFileData& record);
+    bool isStalled() const;
+    void cancelForStall();
+    TransferFile& transferFor(const ClipfileDescription& file);
+    void storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file, const unsigned char* data,
+                       unsigned long long size);
+    void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
+                     const std::string& path);
+    ClipfileDescription descriptionForCancel() const;
+
+    // Guarded by mStateLock, but for the state, which is written under it and read by anybody.
+    std::shared_ptr<ClipboardData> mClipData;
+    Microsoft::WRL::ComPtr<FileStream> mFileStream;
+    std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};
+    TransferFiles mTransferFiles;    // safe by itself
+    std::recursive_mutex mDataLock;  // held for a request, the host's functions included, and for a delivery
+
+    mutable std::mutex mStateLock;
+    bool mCancelling = false;            // guarded by mStateLock: deliveries are dropped already
+    bool mCancelRuns = false;            // guarded by mStateLock: the host's cancel function is called once
+    ClipfileDescription mRequestedFile;  // guarded by mStateLock: what the request was made with
+    std::atomic<bool> mIsCut{false};     // the data object is being destroyed: the clipboard does not hold it
+    std::uint64_t mTotalFileSize = 0;    // constant after SetClipboardData
+    bool mStarting = false;              // guarded by mDataLock: the host's paste or request function runs
+};
+
+}  // namespace sd::clip

@@ -1,0 +1,127 @@
+#include "data_object/medium_rendering.h"
+
+#include <shlobj.h>
+
+#include <ctime>
+#include <cwchar>
+
+#include "data_object/descriptor_size.h"
+#include "data_object/fast_fail.h"
+#include "file_utilities/detail_file_description.h"
+#include "file_utilities/encoding.h"
+#include "file_utilities/file_names.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+// Fixed for every entry, whatever it is: pasting applications were tuned to exactly this word. The name of the bit
+// FD_UNICODE is not known to all platform headers.
+constexpr DWORD kDescriptorFlags = 0x8000407E;
+constexpr UINT kBlockFlags = GMEM_SHARE | GMEM_ZEROINIT | GMEM_MOVEABLE;
+constexpr std::int64_t kUnixEpoch = 116444736000000000;  // 1970 in the platform's ticks since 1601
+constexpr std::int64_t kTicksPerSecond = 10000000;
+constexpr std::uint32_t kNoAttributes = 0xFFFFFFFF;  // INVALID_FILE_ATTRIBUTES
+
+DWORD attributesOf(const ClipfileDescription& file)
+{
+    if (file.attributes != 0 && file.attributes != kNoAttributes)
+        return file.attributes;
+    return (file.mode & kModeDirectory) != 0 ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+}
+
+FILETIME toFileTime(std::int64_t seconds, const FILETIME& fallback)
+{
+    if (seconds <= 0)
+        return fallback;
+    const std::int64_t ticks = seconds * kTicksPerSecond + kUnixEpoch;
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+FILETIME presentFileTime()
+{
+    SYSTEMTIME now;
+    GetSystemTime(&now);
+    FILETIME time = {};
+    SystemTimeToFileTime(&now, &time);
+    return time;
+}
+
+// The runtimes differ in what a text that does not fit does; a wrong name must never be pasted, so the process ends.
+void copyName(wchar_t (&target)[MAX_PATH], const std::wstring& name)
+{
+    const std::size_t length = std::wcslen(name.c_str());  // a guest's name may carry its terminator
+    if (length >= MAX_PATH)
+        endProcessAtOnce();
+    std::wmemcpy(target, name.c_str(), length + 1);
+}
+
+void fillEntry(FILEDESCRIPTORW& entry, const ClipfileDescription& file)
+{
+    entry.dwFlags = kDescriptorFlags;
+    entry.dwFileAttributes = attributesOf(file);
+    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        const FILETIME now = toFileTime(std::time(nullptr), presentFileTime());
+        entry.ftCreationTime = now;
+        entry.ftLastAccessTime = now;
+        entry.ftLastWriteTime = now;
+    }
+    entry.nFileSizeHigh = static_cast<DWORD>(file.size >> 32);
+    entry.nFileSizeLow = static_cast<DWORD>(file.size);
+    copyName(entry.cFileName, Utf8ToWide(GetRelativeName(file)));
+}
+
+void fillGroup(FILEGROUPDESCRIPTORW& group, const std::vector<ClipfileDescription>& files)
+{
+    CLIP_LOG(kLogInfo, "totalFileCount:%d.", static_cast<int>(files.size()));
+    group.cItems = static_cast<UINT>(files.size());
+    for (std::size_t i = 0; i < files.size(); ++i)
+        fillEntry(group.fgd[i], files[i]);
+}
+
+}  // namespace
+
+HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files, STGMEDIUM& medium)
+{
+    const auto size = DescriptorBlockSize(files.size());
+    if (!size) {
+        CLIP_LOG(kLogError, "The list of %lld files is too long for a descriptor",
+                 static_cast<long long>(files.size()));
+        return DV_E_FORMATETC;
+    }
+    const HGLOBAL block = GlobalAlloc(kBlockFlags, *size);
+    if (block == nullptr) {
+        CLIP_LOG(kLogError, "GlobalAlloc gMem fail.");
+        return DV_E_FORMATETC;
+    }
+    auto* const group = static_cast<FILEGROUPDESCRIPTORW*>(GlobalLock(block));
+    if (group == nullptr) {
+        CLIP_LOG(kLogError, "GlobalLock gMem fail.");
+        GlobalFree(block);
+        return DV_E_FORMATETC;
+    }
+    fillGroup(*group, files);
+    GlobalUnlock(block);
+    medium.hGlobal = block;
+    medium.tymed = TYMED_HGLOBAL;
+    return S_OK;
+}
+
+HRESULT RenderAsyncFlag(STGMEDIUM& medium)
+{
+    const HGLOBAL block = GlobalAlloc(GHND, sizeof(DWORD));
+    auto* const value = block != nullptr ? static_cast<DWORD*>(GlobalLock(block)) : nullptr;
+    if (value == nullptr) {
+        if (block != nullptr)
+            GlobalFree(block);
+        return E_OUTOFMEMORY;
+    }
+    *value = 1;
+    GlobalUnlock(block);
+    medium.hGlobal = block;
+    medium.tymed = TYMED_HGLOBAL;
+    return S_OK;
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,126 @@
+// The sink: what becomes of the file data that the host delivers.
+#include "clipboard_win/clipboard_impl.h"
+#include "data_object/data_lock.h"
+#include "data_object/file_request.h"
+#include "data_object/slice_path.h"
+#include "data_object/transfer_file.h"
+#include "file_stream/file_stream.h"
+#include "file_stream/read_heartbeat.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+// A slice ends with the first delivery that takes it this far. Deliveries are never split.
+constexpr std::int64_t kSliceSize = 1048576;
+
+void raiseEvent(const char* operation, const char* stage, std::int64_t number, const std::string& message)
+{
+    if (const auto engine = ClipboardImpl::instance())
+        engine->notifyClipboardEvent(operation, stage, "file", number, message, "sucess", "", "");
+}
+
+}  // namespace
+
+FileDataSink FileRequest::MakeSink()
+{
+    // The host may keep it as long as it likes: what it delivers after the end is dropped.
+    return [self = shared_from_this()](const ClipfileDescription& file, unsigned char* data, unsigned long long size) {
+        self->TakeDelivery(file, data, size);
+    };
+}
+
+// The record while deliveries are wanted.
+std::shared_ptr<ClipboardFileDataImpl> FileRequest::recordForDelivery() const
+{
+    std::lock_guard<std::mutex> lock(mStateLock);
+    return mCancelling ? nullptr : std::dynamic_pointer_cast<ClipboardFileDataImpl>(mClipData);
+}
+
+void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size)
+{
+    DataLockScope lock(mDataLock);
+    const auto record = recordForDelivery();
+    if (record == nullptr) {
+        CLIP_LOG(kLogError, "mClipData is nullptr. maybe use canceled.");
+        return;
+    }
+    if (isStalled()) {
+        cancelForStall();
+        return;
+    }
+    mRequestFileState = RequestFileState::kTransfering;
+    storeDelivery(*record, file, data, size);
+}
+
+// Before there is a stream the heartbeat is that of another paste.
+bool FileRequest::isStalled() const
+{
+    return GetStream() != nullptr && IsClipboardReadStalled();
+}
+
+void FileRequest::cancelForStall()
+{
+    CLIP_LOG(kLogInfo, "User canceled copy action");
+    raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer");
+    if (!isUnderWay())
+        return;  // a stray delivery after the end: there is nothing to cancel
+    {
+        std::lock_guard<std::mutex> state(mStateLock);
+        mCancelling = true;  // the next delivery may come before the cancel does
+    }
+    DataLockScope::runWithoutLock([self = shared_from_this()] { self->CancelRemoteTransfer(); });
+}
+
+TransferFile& FileRequest::transferFor(const ClipfileDescription& file)
+{
+    TransferFile* const known = GetTransferFile(file);
+    return known != nullptr ? *known : *mTransferFiles.Add(MakeFileKey(file), static_cast<std::int64_t>(file.size));
+}
+
+void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file,
+                                const unsigned char* data, unsigned long long size)
+{
+    TransferFile& transfer = transferFor(file);
+    const std::string path = MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.mSliceCount);
+    if (!transfer.mSliceWriter->is_open()) {
+        // A failure stops nothing here: the sums go on, and the reader finds the slice missing.
+        const bool isOpen = transfer.OpenSlice(path);
+        CLIP_LOG(kLogInfo, "File(%s) (%s) is open:%d", path.c_str(), file.fileName.c_str(), isOpen ? 1 : 0);
+    }
+    transfer.Write(data, size);
+    record.SetTransferredSize(record.GetTransferredSize() + size);
+    const std::int64_t position = transfer.Position();
+    CLIP_LOG(kLogInfo, "Download: %s:%d(%lld, %lld, %lld) all:(%lld,%lld)", file.fileName.c_str(),
+             static_cast<int>(transfer.mSliceCount), static_cast<long long>(transfer.mReadySize),
+             static_cast<long long>(size), static_cast<long long>(transfer.mFileSize),
+             static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(mTotalFileSize));
+    if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
+        return;
+    finishSlice(record, transfer, file.fileName, path);
+}
+
+// Equality decides: a host that delivers more than a file's size never finishes it.
+void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
+                              const std::string& path)
+{
+    transfer.CloseSlice(path);
+    CLIP_LOG(kLogInfo, "Download slice:%s finish, filesize=%lld. close this slice. notifySliceReady. transferFile:%p",
+             path.c_str(), static_cast<long long>(transfer.mReadySize), static_cast<void*>(&transfer));
+    transfer.NotifySliceReady();
+    if (transfer.mReadySize == transfer.mFileSize) {
+        raiseEvent(
+            "transferFinish", "oneFileFinish", transfer.mFileSize,
+            "readySize/fileSize:" + std::to_string(transfer.mReadySize) + "/" + std::to_string(transfer.mFileSize));
+        CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
+    }
+    // Empty files that come after the last byte report the end again.
+    if (record.GetTransferredSize() == mTotalFileSize) {
+        mRequestFileState = RequestFileState::kRequestFinished;
+        raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(mTotalFileSize), "all file transfer complete");
+        CLIP_LOG(kLogInfo, "all file download finish.");
+    }
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,202 @@
+#include "data_object/medium_rendering.h"
+
+#include <gtest/gtest.h>
+#include <shlobj.h>
+
+#include <ctime>
+
+#include "support/child_process.h"
+#include "support/import_hook.h"
+#include "support/recording_log.h"
+#include "support/test_roles.h"
+
+using namespace sd::clip;
+
+namespace {
+
+ClipfileDescription makeFile(const std::string& name, std::uint64_t size = 0)
+{
+    ClipfileDescription file;
+    file.fileName = name;
+    file.size = size;
+    return file;
+}
+
+// A rendered block, locked for the test's look at it.
+class Rendered {
+public:
+    explicit Rendered(const std::vector<ClipfileDescription>& files) : result(RenderFileGroupDescriptor(files, mMedium))
+    {
+        if (result == S_OK)
+            group = static_cast<FILEGROUPDESCRIPTORW*>(GlobalLock(mMedium.hGlobal));
+    }
+    ~Rendered()
+    {
+        if (group != nullptr)
+            GlobalUnlock(mMedium.hGlobal);
+        ReleaseStgMedium(&mMedium);
+    }
+    Rendered(const Rendered&) = delete;
+    Rendered& operator=(const Rendered&) = delete;
+
+    const FILEDESCRIPTORW& entry(std::size_t index) const
+    {
+        return group->fgd[index];
+    }
+    const STGMEDIUM& medium() const
+    {
+        return mMedium;
+    }
+
+private:
+    STGMEDIUM mMedium = {};
+
+public:
+    const HRESULT result;
+    FILEGROUPDESCRIPTORW* group = nullptr;
+};
+
+std::uint64_t ticks(const FILETIME& time)
+{
+    return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+const TestRole longName("long-name", [](const std::vector<std::string>&) {
+    STGMEDIUM medium = {};
+    RenderFileGroupDescriptor({makeFile(std::string(260, 'x'))}, medium);
+    return 0;
+});
+
+}  // namespace
+
+TEST(FileGroupDescriptor, AnEmptyListIsABlockOfFourBytesWithACountOfZero)
+{
+    const Rendered rendered({});
+    ASSERT_EQ(rendered.result, S_OK);
+    EXPECT_EQ(rendered.medium().tymed, static_cast<DWORD>(TYMED_HGLOBAL));
+    EXPECT_EQ(rendered.medium().pUnkForRelease, nullptr);
+    EXPECT_EQ(GlobalSize(rendered.medium().hGlobal), 4u);
+    EXPECT_EQ(rendered.group->cItems, 0u);
+    EXPECT_EQ(RecordingLog::messages(5), std::vector<std::string>{"totalFileCount:0."});
+}
+
+TEST(FileGroupDescriptor, EntriesStandInTheOrderOfTheListWithTheirRelativeNames)
+{
+    ClipfileDescription nested = makeFile("gr\xC3\xBC\xF0\x9F\x98\x80.txt", 7);
+    nested.relativePath = "a\\b";
+    const Rendered rendered({makeFile("first"), nested});
+    ASSERT_EQ(rendered.result, S_OK);
+    EXPECT_EQ(GlobalSize(rendered.medium().hGlobal), 596u + 592u);
+    EXPECT_EQ(rendered.group->cItems, 2u);
+    EXPECT_STREQ(rendered.entry(0).cFileName, L"first");
+    EXPECT_STREQ(rendered.entry(1).cFileName, L"a\\b\\gr\u00FC\U0001F600.txt");
+    EXPECT_EQ(rendered.entry(1).nFileSizeLow, 7u);
+    EXPECT_EQ(rendered.entry(0).dwFlags, 0x8000407Eu);
+    EXPECT_EQ(rendered.entry(1).dwFlags, 0x8000407Eu);
+}
+
+TEST(FileGroupDescriptor, ASizeOf4GiBStandsInTheHighHalf)
+{
+    const Rendered rendered({makeFile("a", 4294967296)});
+    EXPECT_EQ(rendered.entry(0).nFileSizeHigh, 1u);
+    EXPECT_EQ(rendered.entry(0).nFileSizeLow, 0u);
+}
+
+TEST(FileGroupDescriptor, AttributesThatAreMissingComeFromTheMode)
+{
+    ClipfileDescription directory = makeFile("d");
+    directory.mode = 0x4000;
+    ClipfileDescription unknown = makeFile("u");
+    unknown.attributes = 0xFFFFFFFF;
+    ClipfileDescription kept = makeFile("k");
+    kept.attributes = 0x20;
+    kept.mode = 0x4000;
+    const Rendered rendered({directory, unknown, kept});
+    EXPECT_EQ(rendered.entry(0).dwFileAttributes, 0x10u);
+    EXPECT_EQ(ticks(rendered.entry(0).ftCreationTime) + ticks(rendered.entry(0).ftLastAccessTime) +
+                  ticks(rendered.entry(0).ftLastWriteTime),
+              0u);
+    EXPECT_EQ(rendered.entry(1).dwFileAttributes, 0x80u);
+    EXPECT_EQ(rendered.entry(2).dwFileAttributes, 0x20u);
+}
+
+TEST(FileGroupDescriptor, EveryFileHasThePresentTimeInWholeSecondsAndNotTheGuests)
+{
+    ClipfileDescription file = makeFile("a");
+    file.writeTime = 1;
+    const Rendered rendered({file});
+    const std::uint64_t time = ticks(rendered.entry(0).ftLastWriteTime);
+    EXPECT_EQ(time, ticks(rendered.entry(0).ftCreationTime));
+    EXPECT_EQ(time, ticks(rendered.entry(0).ftLastAccessTime));
+    EXPECT_EQ(time % 10000000, 116444736000000000u % 10000000);
+    const auto seconds = static_cast<std::int64_t>((time - 116444736000000000u) / 10000000);
+    EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
+
+    Sleep(1100);
+    EXPECT_GT(ticks(Rendered({file}).entry(0).ftLastWriteTime), time);
+}
+
+TEST(FileGroupDescriptor, ANameMayCarryItsTerminator)
+{
+    const Rendered rendered({makeFile(std::string("a.txt\0", 6))});
+    EXPECT_STREQ(rendered.entry(0).cFileName, L"a.txt");
+}
+
+TEST(FileGroupDescriptor, ANameOf259UnitsFits)
+{
+    const Rendered rendered({makeFile(std::string(259, 'x'))});
+    EXPECT_EQ(std::wstring(rendered.entry(0).cFileName), std::wstring(259, L'x'));
+}
+
+TEST(FileGroupDescriptor, ANameOf260UnitsEndsTheProcess)
+{
+    EXPECT_EQ(ChildProcess::inRole(L"long-name").waitForExit(), 0xC0000409u);
+}
+
+TEST(FileGroupDescriptor, AFailedAllocationIsLoggedAndRefused)
+{
+    const ImportHook<decltype(&GlobalAlloc)> hook(
+        nullptr, "GlobalAlloc", +[](UINT flags, SIZE_T size) -> HGLOBAL {
+            EXPECT_EQ(flags, 0x2042u);
+            EXPECT_EQ(size, 596u);
+            return nullptr;
+        });
+    const Rendered rendered({makeFile("a")});
+    EXPECT_EQ(rendered.result, DV_E_FORMATETC);
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"GlobalAlloc gMem fail."});
+}
+
+TEST(FileGroupDescriptor, AFailedLockIsLoggedAndTheBlockFreed)
+{
+    static HGLOBAL freed = nullptr;
+    const ImportHook<decltype(&GlobalLock)> lock(
+        nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; });
+    const ImportHook<decltype(&GlobalFree)> hook(
+        nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
+            freed = block;
+            return nullptr;
+        });
+    const Rendered rendered({makeFile("a")});
+    EXPECT_EQ(rendered.result, DV_E_FORMATETC);
+    EXPECT_NE(freed, nullptr);
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"GlobalLock gMem fail."});
+}
+
+TEST(AsyncFlag, IsTheValueOneInABlockOfFourBytes)
+{
+    STGMEDIUM medium = {};
+    ASSERT_EQ(RenderAsyncFlag(medium), S_OK);
+    EXPECT_EQ(medium.tymed, static_cast<DWORD>(TYMED_HGLOBAL));
+    EXPECT_EQ(*static_cast<DWORD*>(GlobalLock(medium.hGlobal)), 1u);
+    GlobalUnlock(medium.hGlobal);
+    ReleaseStgMedium(&medium);
+}
+
+TEST(AsyncFlag, WithoutMemoryTheAnswerSaysSo)
+{
+    const ImportHook<decltype(&GlobalAlloc)> hook(
+        nullptr, "GlobalAlloc", +[](UINT, SIZE_T) -> HGLOBAL { return nullptr; });
+    STGMEDIUM medium = {};
+    EXPECT_EQ(RenderAsyncFlag(medium), E_OUTOFMEMORY);
+    EXPECT_EQ(medium.hGlobal, nullptr);
+}
