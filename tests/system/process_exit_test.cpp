@@ -10,6 +10,7 @@
 
 #include "example_support/wine_window_fix.h"
 #include "sd/clip/clipboard.h"
+#include "sd/clip/clipboard_data.h"
 #include "support/child_process.h"
 #include "support/test_roles.h"
 
@@ -104,6 +105,12 @@ const TestRole detecting("detecting", [](const std::vector<std::string>&) { retu
 const TestRole exitCalled("exit-called",
                           [](const std::vector<std::string>&) -> int { std::exit(reachDetection() ? kExitCode : 1); });
 
+const TestRole oleThreadIdle("ole-thread-idle", [](const std::vector<std::string>&) {
+    init(nullptr);
+    Clipboard::Get()->SetFileClipboardSupported(true);
+    return Clipboard::Get()->SetClipboardData(ClipboardFormat::File, ClipboardFileData::Create()) ? kExitCode : 1;
+});
+
 const TestRole throwing("throwing", [](const std::vector<std::string>&) {
     SetErrorMode(SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS);
     Clipboard::Get();
@@ -129,7 +136,7 @@ TEST_P(ProcessExit, KeepsTheHostsExitCodeAndEndsWithinTwoSeconds)
 
 INSTANTIATE_TEST_SUITE_P(AtEveryMoment, ProcessExit,
                          testing::Values(L"without-get", L"after-get", L"worker-idle", L"first-sync", L"detecting",
-                                         L"exit-called"));
+                                         L"exit-called", L"ole-thread-idle"));
 
 TEST(ListenerException, EndsTheProcessAsHostsAreTold)
 {

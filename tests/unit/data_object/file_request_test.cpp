@@ -7,6 +7,7 @@
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <stdexcept>
 #include <thread>
 
 #include "data_object/data_lock.h"
@@ -122,6 +123,14 @@ TEST_F(FileRequestTest, ARequestFromInsideTheVetoCountsAsUnderWay)
     EXPECT_TRUE(start());
     EXPECT_FALSE(inner);
     EXPECT_EQ(mGuest.requested.size(), 1u);
+}
+
+TEST_F(FileRequestTest, AVetoThatThrowsDoesNotCountAsUnderWayForEver)
+{
+    mGuest.record->SetOLEClipboardPasteFunc([]() -> bool { throw std::runtime_error("the host's"); });
+    EXPECT_THROW(start(), std::runtime_error);
+    mGuest.record->SetOLEClipboardPasteFunc(nullptr);
+    EXPECT_TRUE(start());
 }
 
 TEST_F(FileRequestTest, WithoutARequestFunctionItFailsAndCanBeTriedAgain)

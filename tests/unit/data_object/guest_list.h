@@ -57,7 +57,7 @@ public:
     void deliver(std::size_t index, const std::string& bytes) const
     {
         std::string copy = bytes;
-        sink(files[index], reinterpret_cast<unsigned char*>(&copy[0]), copy.size());
+        sink(files[index], reinterpret_cast<unsigned char*>(copy.data()), copy.size());
     }
 
     // Messages of the events of one operation.

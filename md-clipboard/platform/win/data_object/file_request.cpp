@@ -22,6 +22,24 @@ std::uint64_t sumSizes(ClipboardData* data)
     return sum;
 }
 
+// Ends with the host's functions, also when one of them throws.
+class StartingScope {
+public:
+    explicit StartingScope(bool& starting) : mStarting(starting)
+    {
+        mStarting = true;
+    }
+    ~StartingScope()
+    {
+        mStarting = false;
+    }
+    StartingScope(const StartingScope&) = delete;
+    StartingScope& operator=(const StartingScope&) = delete;
+
+private:
+    bool& mStarting;
+};
+
 }  // namespace
 
 FileRequest::FileRequest() = default;
@@ -67,10 +85,13 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     const auto record = std::dynamic_pointer_cast<ClipboardFileData>(GetClipboardData());
     if (record == nullptr)
         return false;
-    mStarting = true;
-    const bool wanted = isPasteWanted(*record);
-    const bool requested = wanted && requestFromHost(file, *record);
-    mStarting = false;
+    bool wanted = false;
+    bool requested = false;
+    {
+        const StartingScope starting(mStarting);
+        wanted = isPasteWanted(*record);
+        requested = wanted && requestFromHost(file, *record);
+    }
     if (!wanted) {
         CLIP_LOG(kLogInfo, "Abort ole clipboard paste due to APP rejection.");
         DataLockScope::runWithoutLock([self = shared_from_this()] {
