@@ -1,13 +1,20 @@
 // The reference host: the smallest program that uses md-clipboard.dll as a host does. It reports what other programs
 // copy on this machine. Read runHost first; host_listener.cpp is what a host does when it is told of a change.
+// With --guest it also plays a guest whose files are offered here; that part stands in guest.cpp and what it uses.
 #include <windows.h>
 
+#include <exception>
 #include <memory>
+#include <string>
 
+#include "cache_directory.h"
 #include "example_support/console.h"
 #include "example_support/wine_window_fix.h"
+#include "guest.h"
 #include "host_listener.h"
 #include "host_options.h"
+#include "input_end.h"
+#include "message_pump.h"
 #include "sd/clip/clipboard.h"
 
 namespace {
@@ -26,26 +33,10 @@ BOOL WINAPI leaveOnCtrlC(DWORD /*event*/)
     return TRUE;
 }
 
-/// Dispatches this thread's messages until the program is asked to leave or the time is over; 0 seconds: no limit.
-void pumpMessages(unsigned seconds)
-{
-    const ULONGLONG end = GetTickCount64() + seconds * 1000ULL;
-    for (;;) {
-        const ULONGLONG now = GetTickCount64();
-        const DWORD wait = seconds == 0 ? INFINITE : static_cast<DWORD>(end > now ? end - now : 0);
-        if (MsgWaitForMultipleObjectsEx(1, &gLeave, wait, QS_ALLINPUT, MWMO_INPUTAVAILABLE) != WAIT_OBJECT_0 + 1)
-            return;
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TranslateMessage(&message);
-            DispatchMessageW(&message);
-        }
-    }
-}
-
 /// The order of these calls matters; sd/clip/clipboard.h tells why.
 int runHost(const HostOptions& options)
 {
+    Guest guest(options.guest);
     const auto clipboard = sd::clip::Clipboard::Get();
     if (clipboard == nullptr) {
         printError("The library could not start.\n");
@@ -54,15 +45,23 @@ int runHost(const HostOptions& options)
     const auto listener = std::make_shared<HostListener>(options, askToLeave);
     clipboard->SetListener(listener);
     clipboard->SetFileClipboardSupported(!options.noFiles);
-    if (!options.cacheDirectory.empty() && !clipboard->InitFileLazyRenderer(options.cacheDirectory))
-        printError("Pastes by placeholder are not available.\n");
+    const bool hasGuest = !options.guest.directory.empty();
+    if (hasGuest || !options.cacheDirectory.empty()) {
+        const bool ready = clipboard->InitFileLazyRenderer(chooseCacheDirectory(options.cacheDirectory));
+        if (!ready && !hasGuest)  // this guest's lists need the directory only
+            printError("Pastes by placeholder are not available.\n");
+    }
     clipboard->SetSupportFileClipboardFullPostProcessMode(options.fullPostProcess);
     SetLastError(ERROR_SUCCESS);  // Init takes an error that was left behind for its own
     clipboard->Init();            // its result says nothing; what went wrong stands in the log
     printText("listening\n");
+    guest.start();
+    if (hasGuest)
+        callWhenInputEnds(askToLeave);
 
-    pumpMessages(options.seconds);
+    pumpMessagesUntil(gLeave, options.seconds > 0 ? options.seconds * 1000 : INFINITE);
 
+    guest.stop();
     clipboard->UnInit();
     clipboard->SetListener(nullptr);
     return listener->isGoalReached() ? 0 : 1;
@@ -83,5 +82,10 @@ int main()
     gLeave = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(leaveOnCtrlC, TRUE);
     const WineWindowFix wineWindowFix(GetModuleHandleW(L"md-clipboard.dll"));
-    return runHost(options);
+    try {
+        return runHost(options);
+    } catch (const std::exception& error) {
+        printError(std::string("clip-host: ") + error.what() + "\n");
+        return 1;
+    }
 }
