@@ -142,20 +142,28 @@ public:
     /// @return always false; in the interface for hosts that were built against it
     virtual bool IsFormatAvailable(ClipboardFormat format) = 0;
 
-    /// Puts a file list from the guest on the local clipboard. Blocks until that is done, for up to an hour.
-    /// Not there yet: logs and returns false.
-    /// @param format ClipboardFormat::FileLazy for the placeholder route; anything else for the streamed route
+    /// Puts a file list from the guest on the local clipboard. Blocks until that is done, for up to an hour. The list
+    /// must not change afterwards. On the streamed route no byte moves until a local application pastes: then the
+    /// record's request function is called once, from a thread of the library's, and the host delivers all files
+    /// through the sink that it is given; from inside the request function it must not wait for its deliveries.
+    /// Reports "setComplete" or "setFail" of "setClipboard". A host may call this from a listener, except during a
+    /// transfer, when the list is refused.
+    /// @param format ClipboardFormat::FileLazy for the placeholder route, which is not there yet; anything else for
+    ///               the streamed route
     /// @param data   the list and the host's functions
-    /// @return whether the list was taken
+    /// @return whether the list was taken; false while the guest takes no files and while a list is transferring
     virtual bool SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data) = 0;
 
-    /// Stores the cache directory, for both routes, and starts the placeholder route.
+    /// Stores the cache directory, for both routes, and starts the placeholder route. The streamed route writes what
+    /// arrives into files there and never removes them.
     /// Starting is not there yet: stores the directory, logs and returns false.
     /// @param cacheDirectory UTF-8; an existing directory or a path with forward slashes, with a separator at its end
     /// @return whether the placeholder route is ready
     virtual bool InitFileLazyRenderer(std::string cacheDirectory) = 0;
 
-    /// The host's report that a transfer failed. Not there yet: logs.
+    /// The host's report that a transfer failed. Takes the list off the clipboard and ends its stream; waits for a read
+    /// that runs on another thread, which can be 30 seconds. May be called from inside the host's own functions and
+    /// events.
     /// @param fail 1 ends the running transfer; any other value is only logged
     virtual void NotifyFileTransferFailed(std::uint32_t fail) = 0;
 
