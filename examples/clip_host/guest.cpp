@@ -4,9 +4,9 @@
 
 #include "example_support/console.h"
 #include "example_support/joined_ole.h"
+#include "example_support/message_pump.h"
 #include "example_support/utf8_arguments.h"
 #include "guest_files.h"
-#include "message_pump.h"
 #include "sd/clip/clipboard_data.h"
 
 using sd::clip::ClipfileDescription;

@@ -6,8 +6,8 @@
 
 #include "example_support/console.h"
 #include "example_support/joined_ole.h"
+#include "example_support/message_pump.h"
 #include "guest_files.h"
-#include "message_pump.h"
 #include "sd/clip/clipboard.h"
 
 using sd::clip::ClipfileDescription;

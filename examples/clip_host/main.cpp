@@ -9,12 +9,12 @@
 
 #include "cache_directory.h"
 #include "example_support/console.h"
+#include "example_support/message_pump.h"
 #include "example_support/wine_window_fix.h"
 #include "guest.h"
 #include "host_listener.h"
 #include "host_options.h"
 #include "input_end.h"
-#include "message_pump.h"
 #include "sd/clip/clipboard.h"
 
 namespace {

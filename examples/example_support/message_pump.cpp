@@ -1,4 +1,4 @@
-#include "message_pump.h"
+#include "example_support/message_pump.h"
 
 bool pumpMessagesUntil(HANDLE event, DWORD milliseconds)
 {
