@@ -73,6 +73,18 @@ protected:
     const std::shared_ptr<FileRequest> mRequest = std::make_shared<FileRequest>();
 };
 
+// Holds a delivery inside the event of its file's end.
+struct HoldingListener : RecordingListener {
+    std::function<void()> during;
+    void OnClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
+                          std::string message, std::string result, std::string code, std::string detail) override
+    {
+        if (operation == "transferFinish")
+            during();
+        RecordingListener::OnClipboardEvent(operation, stage, dataType, number, message, result, code, detail);
+    }
+};
+
 }  // namespace
 
 TEST_F(FileRequestTest, ARequestReachesTheHostOnceAndIsReported)
@@ -291,16 +303,6 @@ TEST_F(FileRequestTest, CutWaitsForADeliveryThatIsBeingTaken)
 {
     std::promise<void> inside;
     std::promise<void> go;
-    struct HoldingListener : RecordingListener {
-        std::function<void()> during;
-        void OnClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
-                              std::string message, std::string result, std::string code, std::string detail) override
-        {
-            if (operation == "transferFinish")
-                during();
-            RecordingListener::OnClipboardEvent(operation, stage, dataType, number, message, result, code, detail);
-        }
-    };
     const auto holding = std::make_shared<HoldingListener>();
     holding->during = [&] {
         inside.set_value();
@@ -314,6 +316,27 @@ TEST_F(FileRequestTest, CutWaitsForADeliveryThatIsBeingTaken)
     EXPECT_EQ(cut.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     go.set_value();
     EXPECT_EQ(cut.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    delivery.wait();
+}
+
+TEST_F(FileRequestTest, AskingForALaterFileDoesNotWaitForADelivery)
+{
+    std::promise<void> inside;
+    std::promise<void> go;
+    const auto holding = std::make_shared<HoldingListener>();
+    holding->during = [&] {
+        inside.set_value();
+        go.get_future().wait();
+    };
+    start();
+    ClipboardImpl::instance()->SetListener(holding);
+    auto delivery = std::async(std::launch::async, [this] { mGuest.deliver(0, std::string(10, 'a')); });
+    inside.get_future().wait();
+    auto asked = std::async(std::launch::async, [this] { return start(); });
+    const bool answered = asked.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    go.set_value();
+    EXPECT_TRUE(answered);
+    EXPECT_FALSE(asked.get());
     delivery.wait();
 }
 

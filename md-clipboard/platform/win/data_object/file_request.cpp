@@ -73,15 +73,20 @@ Microsoft::WRL::ComPtr<FileStream> FileRequest::GetStream() const
 
 bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& rejected)
 {
-    DataLockScope lock(mDataLock);
-    CLIP_LOG(kLogInfo, "startRequestFileData:%s mRequestFileState:%d", file.fileName.c_str(),
-             static_cast<int>(mRequestFileState.load()));
     rejected = false;
-    // A call from inside the host's paste function, whose dialog pumps messages, counts as one that is under way.
-    if (mStarting || isUnderWay() || mRequestFileState == RequestFileState::kRequestFinished) {
-        CLIP_LOG(kLogInfo, "File is requesting or finished, dont need start request again!");
+    // The ordinary road of every later file does not wait for a delivery: the reader would fall silent meanwhile, and
+    // with small files it would wait for one delivery after the other.
+    if (isRequested()) {
+        declineRequest(file);
         return false;
     }
+    DataLockScope lock(mDataLock);
+    // A call from inside the host's paste function, whose dialog pumps messages, counts as one that is under way.
+    if (mStarting || isRequested()) {
+        declineRequest(file);
+        return false;
+    }
+    logRequest(file);
     const auto record = std::dynamic_pointer_cast<ClipboardFileData>(GetClipboardData());
     if (record == nullptr)
         return false;
@@ -101,6 +106,23 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
         rejected = true;
     }
     return requested;
+}
+
+void FileRequest::logRequest(const ClipfileDescription& file) const
+{
+    CLIP_LOG(kLogInfo, "startRequestFileData:%s mRequestFileState:%d", file.fileName.c_str(),
+             static_cast<int>(mRequestFileState.load()));
+}
+
+void FileRequest::declineRequest(const ClipfileDescription& file) const
+{
+    logRequest(file);
+    CLIP_LOG(kLogInfo, "File is requesting or finished, dont need start request again!");
+}
+
+bool FileRequest::isRequested() const
+{
+    return isUnderWay() || mRequestFileState == RequestFileState::kRequestFinished;
 }
 
 // Asked anew for each attempt that is not under way yet. No function means consent.

@@ -62,6 +62,9 @@ private:
 
     std::shared_ptr<ClipboardFileDataImpl> recordForDelivery() const;
     bool isUnderWay() const;
+    bool isRequested() const;
+    void logRequest(const ClipfileDescription& file) const;
+    void declineRequest(const ClipfileDescription& file) const;
     bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record);
     static bool isPasteWanted(ClipboardFileData& record);
     bool isStalled() const;
