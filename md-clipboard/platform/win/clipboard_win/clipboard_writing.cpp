@@ -7,6 +7,7 @@
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/clip_data_object.h"
 #include "data_object/data_lock.h"
+#include "file_utilities/guest_list_check.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
 #include "workthread/future_error_number.h"
@@ -23,6 +24,17 @@ std::int64_t countFiles(const std::shared_ptr<ClipboardData>& data)
 {
     const auto files = std::dynamic_pointer_cast<ClipboardFileData>(data);
     return files != nullptr ? static_cast<std::int64_t>(files->GetFiles().size()) : 0;
+}
+
+// Hostile lists are refused whole, and without an event: no host offers a user half of what the guest copied.
+bool isRefused(const std::shared_ptr<ClipboardData>& data, PasteRoute route)
+{
+    const auto files = std::dynamic_pointer_cast<ClipboardFileData>(data);
+    const auto refused = files != nullptr ? FindRefusedEntry(files->GetFiles(), route) : std::nullopt;
+    if (refused)
+        CLIP_LOG(kLogError, "Refuse guest file list, entry %lld: %s", static_cast<long long>(refused->position),
+                 refused->reason);
+    return refused.has_value();
 }
 
 }  // namespace
@@ -61,6 +73,8 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
     }
     if (format == ClipboardFormat::FileLazy) {
         CLIP_LOG(kLogInfo, "Use file lazy renderer to handle file clipboard data");
+        if (isRefused(data, PasteRoute::kPlaceholder))
+            return false;
         CLIP_LOG(kLogError, "The lazy renderer is not there yet");
         return false;
     }
@@ -71,7 +85,7 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
                              "received guest file list when some file is transferring, ignore", "sucess", "", "");
         return false;
     }
-    return setFileList(std::move(data));
+    return !isRefused(data, PasteRoute::kStreamed) && setFileList(std::move(data));
 }
 
 bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data)
