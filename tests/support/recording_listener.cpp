@@ -21,10 +21,15 @@ void RecordingListener::OnClipboardEvent(std::string operation, std::string stag
                                          std::int64_t number, std::string message, std::string result,
                                          std::string errorCode, std::string errorDetail)
 {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mEvents.push_back(
-        {operation, stage, dataType, number, message, result, errorCode, errorDetail, std::this_thread::get_id()});
-    mChanged.notify_all();
+    const RecordedEvent event = {
+        operation, stage, dataType, number, message, result, errorCode, errorDetail, std::this_thread::get_id()};
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mEvents.push_back(event);
+        mChanged.notify_all();
+    }
+    if (duringEvent)
+        duringEvent(event);
 }
 
 std::vector<std::vector<ClipboardFormat>> RecordingListener::reports() const

@@ -28,6 +28,9 @@ public:
     // Called inside OnClipboardFormats, after it was recorded. Set before the listener is installed.
     std::function<void(const std::vector<sd::clip::ClipboardFormat>&)> duringFormats;
 
+    // Called inside OnClipboardEvent, after it was recorded. Set before anything can raise an event.
+    std::function<void(const RecordedEvent&)> duringEvent;
+
     void OnClipboardFormats(const std::vector<sd::clip::ClipboardFormat>& formats) override;
     void OnClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
                           std::string message, std::string result, std::string errorCode,

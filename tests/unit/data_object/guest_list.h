@@ -14,6 +14,7 @@
 #include "sd/clip/clipboard_data.h"
 #include "support/recording_listener.h"
 #include "support/temporary_folder.h"
+#include "support/watched_drives.h"
 
 class GuestList {
 public:
@@ -35,7 +36,7 @@ public:
         engine->SetFileClipboardSupported(true);
         std::string cache = folder.utf8Path() + "/cache/";
         std::replace(cache.begin(), cache.end(), '\\', '/');
-        engine->InitFileLazyRenderer(cache);
+        initLazyRenderer(*engine, cache);
     }
     ~GuestList()
     {

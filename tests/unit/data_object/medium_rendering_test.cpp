@@ -5,10 +5,8 @@
 
 #include <ctime>
 
-#include "support/child_process.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
-#include "support/test_roles.h"
 
 using namespace sd::clip;
 
@@ -61,12 +59,6 @@ std::uint64_t ticks(const FILETIME& time)
     return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
 }
 
-const TestRole longName("long-name", [](const std::vector<std::string>&) {
-    STGMEDIUM medium = {};
-    RenderFileGroupDescriptor({makeFile(std::string(260, 'x'))}, medium);
-    return 0;
-});
-
 }  // namespace
 
 TEST(FileGroupDescriptor, AnEmptyListIsABlockOfFourBytesWithACountOfZero)
@@ -77,7 +69,7 @@ TEST(FileGroupDescriptor, AnEmptyListIsABlockOfFourBytesWithACountOfZero)
     EXPECT_EQ(rendered.medium().pUnkForRelease, nullptr);
     EXPECT_EQ(GlobalSize(rendered.medium().hGlobal), 4u);
     EXPECT_EQ(rendered.group->cItems, 0u);
-    EXPECT_EQ(RecordingLog::messages(5), std::vector<std::string>{"totalFileCount:0."});
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"totalFileCount:0."});
 }
 
 TEST(FileGroupDescriptor, EntriesStandInTheOrderOfTheListWithTheirRelativeNames)
@@ -148,11 +140,6 @@ TEST(FileGroupDescriptor, ANameOf259UnitsFits)
     EXPECT_EQ(std::wstring(rendered.entry(0).cFileName), std::wstring(259, L'x'));
 }
 
-TEST(FileGroupDescriptor, ANameOf260UnitsEndsTheProcess)
-{
-    EXPECT_EQ(ChildProcess::inRole(L"long-name").waitForExit(), 0xC0000409u);
-}
-
 TEST(FileGroupDescriptor, AFailedAllocationIsLoggedAndRefused)
 {
     const ImportHook<decltype(&GlobalAlloc)> hook(
@@ -164,6 +151,26 @@ TEST(FileGroupDescriptor, AFailedAllocationIsLoggedAndRefused)
     const Rendered rendered({makeFile("a")});
     EXPECT_EQ(rendered.result, DV_E_FORMATETC);
     EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"GlobalAlloc gMem fail."});
+}
+
+TEST(FileGroupDescriptor, AListThatIsTooLongIsLoggedAndNoMemoryAskedFor)
+{
+    static SIZE_T asked = 0;
+    const ImportHook<decltype(&GlobalAlloc)> hook(
+        nullptr, "GlobalAlloc", +[](UINT, SIZE_T size) -> HGLOBAL {
+            asked = size;
+            return nullptr;
+        });
+    for (const std::uint64_t count : {std::uint64_t{7255013}, std::uint64_t{1} << 32}) {
+        RecordingLog::clear();
+        EXPECT_EQ(AllocateDescriptorBlock(count), nullptr);
+        EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"The list of " + std::to_string(count) +
+                                                                     " files is too long for a descriptor"});
+        EXPECT_EQ(RecordingLog::messages(6).size(), 1u);
+    }
+    EXPECT_EQ(asked, 0u);
+    EXPECT_EQ(AllocateDescriptorBlock(7255012), nullptr);
+    EXPECT_EQ(asked, 4294967108u);  // the longest that fits
 }
 
 TEST(FileGroupDescriptor, AFailedLockIsLoggedAndTheBlockFreed)

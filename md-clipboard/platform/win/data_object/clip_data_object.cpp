@@ -3,7 +3,6 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-#include <exception>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -11,12 +10,20 @@
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/medium_rendering.h"
 #include "file_stream/file_stream.h"
+#include "file_stream/without_exceptions.h"
 #include "file_utilities/detail_file_description.h"
 #include "log.h"
 
 namespace sd::clip {
 
 namespace {
+
+// The record if it is the list that this object offers; null for any other.
+std::shared_ptr<ClipboardFileDataImpl> asFileRecord(const std::shared_ptr<ClipboardData>& data)
+{
+    const bool isFile = data != nullptr && data->GetFormat() == ClipboardFormat::File;
+    return isFile ? std::dynamic_pointer_cast<ClipboardFileDataImpl>(data) : nullptr;
+}
 
 void raisePasteEvent(std::size_t fileCount)
 {
@@ -67,25 +74,18 @@ ULONG ClipDataObject::Release()
 
 HRESULT ClipDataObject::GetData(FORMATETC* format, STGMEDIUM* medium)
 {
+    if (medium != nullptr)
+        *medium = {};
     if (format == nullptr || medium == nullptr)
         return E_INVALIDARG;
-    *medium = {};
     // A veto empties the clipboard, which may hold the last reference but this.
     const Microsoft::WRL::ComPtr<IDataObject> self(this);
-    try {
-        return renderData(*format, *medium);
-    } catch (const std::exception& failure) {
-        CLIP_LOG(kLogFatal, "GetData fails: %s", failure.what());
-        return E_OUTOFMEMORY;
-    }
+    return callWithoutExceptions([&] { return renderData(*format, *medium); });
 }
 
 HRESULT ClipDataObject::renderData(FORMATETC& format, STGMEDIUM& medium)
 {
-    const auto data = mRequest->GetClipboardData();
-    if (data == nullptr || data->GetFormat() != ClipboardFormat::File)
-        return DV_E_FORMATETC;
-    const auto record = std::dynamic_pointer_cast<ClipboardFileDataImpl>(data);
+    const auto record = asFileRecord(mRequest->GetClipboardData());
     if (record == nullptr)
         return DV_E_FORMATETC;
     if (format.cfFormat == mFormatFileDesc) {
@@ -116,8 +116,7 @@ HRESULT ClipDataObject::renderContents(const FORMATETC& format, STGMEDIUM& mediu
         return DV_E_FORMATETC;
     }
     const ClipfileDescription file = files[index];
-    const RequestFileState state = mRequest->GetRequestFileState();
-    if (index == 0 && (state == RequestFileState::kRequesting || state == RequestFileState::kTransfering)) {
+    if (index == 0 && mRequest->IsUnderWay()) {
         CLIP_LOG(kLogError, "Detect new copy while copy event processing, ignore.");
         return DV_E_FORMATETC;
     }
@@ -161,15 +160,17 @@ FileStream* ClipDataObject::streamFor(const ClipfileDescription& file, Clipboard
 
 HRESULT ClipDataObject::QueryGetData(FORMATETC* format)
 {
-    if (format == nullptr)
-        return E_INVALIDARG;
-    const auto data = mRequest->GetClipboardData();
-    if (data == nullptr || data->GetFormat() != ClipboardFormat::File)
+    return format != nullptr ? callWithoutExceptions([&] { return queryData(*format); }) : E_INVALIDARG;
+}
+
+HRESULT ClipDataObject::queryData(FORMATETC& format)
+{
+    if (asFileRecord(mRequest->GetClipboardData()) == nullptr)
         return S_FALSE;
-    if (format->cfFormat == mFormatFileDesc || format->cfFormat == mFormatFileContent ||
-        format->cfFormat == mFormatAsyncFlag)
+    if (format.cfFormat == mFormatFileDesc || format.cfFormat == mFormatFileContent ||
+        format.cfFormat == mFormatAsyncFlag)
         return S_OK;
-    return SUCCEEDED(EnsureShellDataObject()) ? shellDataObject()->QueryGetData(format) : S_FALSE;
+    return SUCCEEDED(EnsureShellDataObject()) ? shellDataObject()->QueryGetData(&format) : S_FALSE;
 }
 
 HRESULT ClipDataObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats)
@@ -177,10 +178,15 @@ HRESULT ClipDataObject::EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats)
     if (formats == nullptr)
         return E_INVALIDARG;
     *formats = nullptr;
-    const auto data = mRequest->GetClipboardData();
-    if (direction != DATADIR_GET || data == nullptr)
+    if (direction != DATADIR_GET)
         return E_NOTIMPL;
-    if (data->GetFormat() != ClipboardFormat::File) {
+    return callWithoutExceptions([&] { return enumerateFormats(formats); });
+}
+
+HRESULT ClipDataObject::enumerateFormats(IEnumFORMATETC** formats) const
+{
+    const auto data = mRequest->GetClipboardData();
+    if (asFileRecord(data) == nullptr) {
         // A rich text is asked for its items, which nobody offers yet.
         if (auto* const richtext = dynamic_cast<ClipboardRichtextData*>(data.get()))
             richtext->GetItems();

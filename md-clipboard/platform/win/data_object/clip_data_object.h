@@ -48,6 +48,8 @@ private:
 
     HRESULT renderData(FORMATETC& format, STGMEDIUM& medium);
     HRESULT renderContents(const FORMATETC& format, STGMEDIUM& medium, ClipboardFileDataImpl& record);
+    HRESULT queryData(FORMATETC& format);
+    HRESULT enumerateFormats(IEnumFORMATETC** formats) const;
     FileStream* streamFor(const ClipfileDescription& file, ClipboardFileDataImpl& record);
 
     const std::shared_ptr<FileRequest> mRequest;

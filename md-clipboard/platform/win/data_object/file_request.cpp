@@ -22,10 +22,15 @@ std::uint64_t sumSizes(ClipboardData* data)
     return sum;
 }
 
+bool isTransfering(RequestFileState state)
+{
+    return state == RequestFileState::kRequesting || state == RequestFileState::kTransfering;
+}
+
 // Ends with the host's functions, also when one of them throws.
 class StartingScope {
 public:
-    explicit StartingScope(bool& starting) : mStarting(starting)
+    explicit StartingScope(std::atomic<bool>& starting) : mStarting(starting)
     {
         mStarting = true;
     }
@@ -37,7 +42,7 @@ public:
     StartingScope& operator=(const StartingScope&) = delete;
 
 private:
-    bool& mStarting;
+    std::atomic<bool>& mStarting;
 };
 
 }  // namespace
@@ -60,9 +65,15 @@ std::shared_ptr<ClipboardData> FileRequest::GetClipboardData() const
 
 void FileRequest::SetStream(FileStream* stream)
 {
-    Microsoft::WRL::ComPtr<FileStream> replaced = stream;
-    std::lock_guard<std::mutex> lock(mStateLock);
-    mFileStream.Swap(replaced);  // an earlier one goes after the lock
+    Microsoft::WRL::ComPtr<FileStream> replaced = stream;  // an earlier one goes after the lock
+    bool isTooLate = false;
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        mFileStream.Swap(replaced);
+        isTooLate = mFailureReported;
+    }
+    if (isTooLate && stream != nullptr)
+        stream->Cancel();
 }
 
 Microsoft::WRL::ComPtr<FileStream> FileRequest::GetStream() const
@@ -81,8 +92,7 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
         return false;
     }
     DataLockScope lock(mDataLock);
-    // A call from inside the host's paste function, whose dialog pumps messages, counts as one that is under way.
-    if (mStarting || isRequested()) {
+    if (isRequested()) {
         declineRequest(file);
         return false;
     }
@@ -122,7 +132,15 @@ void FileRequest::declineRequest(const ClipfileDescription& file) const
 
 bool FileRequest::isRequested() const
 {
-    return isUnderWay() || mRequestFileState == RequestFileState::kRequestFinished;
+    return IsUnderWay() || mRequestFileState == RequestFileState::kRequestFinished;
+}
+
+// Nothing leads out of a cancelled request: a delivery that is being taken meanwhile must not make it look alive.
+void FileRequest::setState(RequestFileState state)
+{
+    std::lock_guard<std::mutex> lock(mStateLock);
+    if (!mCancelling)
+        mRequestFileState = state;
 }
 
 // Asked anew for each attempt that is not under way yet. No function means consent.
@@ -144,12 +162,21 @@ bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFile
         mRequestFileState = RequestFileState::kRequesting;
         mRequestedFile = file;
     }
-    createDir(ClipboardImpl::GetCacheDirectory());  // a failure shows when the first slice can't be opened
+    try {
+        return callRequestFunction(file, record);
+    } catch (...) {
+        setState(RequestFileState::kRequestFailed);  // or every later paste and list would be refused
+        throw;
+    }
+}
 
+bool FileRequest::callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record)
+{
+    createDir(ClipboardImpl::GetCacheDirectory());  // a failure shows when the first slice can't be opened
     const FileRequestFunc request = record.GetFileRequestFunc();
     if (!request) {
         CLIP_LOG(kLogError, "request file data func is null");
-        mRequestFileState = RequestFileState::kRequestFailed;
+        setState(RequestFileState::kRequestFailed);
         return false;
     }
     request(file, MakeSink());
@@ -166,16 +193,16 @@ RequestFileState FileRequest::GetRequestFileState()
     return mRequestFileState;
 }
 
-bool FileRequest::isUnderWay() const
+bool FileRequest::IsUnderWay() const
 {
-    const RequestFileState state = mRequestFileState;
-    return state == RequestFileState::kRequesting || state == RequestFileState::kTransfering;
+    return mStarting || isTransfering(mRequestFileState);
 }
 
 bool FileRequest::IsDataTransfering()
 {
-    CLIP_LOG(kLogInfo, "RequestFileState:%d", static_cast<int>(mRequestFileState.load()));
-    return isUnderWay();
+    const RequestFileState state = mRequestFileState;
+    CLIP_LOG(kLogInfo, "RequestFileState:%d", static_cast<int>(state));
+    return isTransfering(state);
 }
 
 // The host's function runs without any lock of ours; meanwhile deliveries are dropped, and nobody cancels again.
@@ -186,7 +213,7 @@ void FileRequest::CancelRemoteTransfer()
     std::shared_ptr<ClipboardData> data;
     {
         std::lock_guard<std::mutex> lock(mStateLock);
-        if (mCancelRuns || mClipData == nullptr)
+        if (mCancelRuns)
             return;
         mCancelling = true;
         mCancelRuns = true;
@@ -197,7 +224,10 @@ void FileRequest::CancelRemoteTransfer()
     const FileCancelFunc cancel = record != nullptr ? record->GetFileCancelFunc() : nullptr;
     if (cancel)
         cancel(descriptionForCancel());
-    mRequestFileState = RequestFileState::kRequestFailed;
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        mRequestFileState = RequestFileState::kRequestFailed;
+    }
     const auto engine = ClipboardImpl::instance();
     if (engine != nullptr && !mIsCut)
         engine->resetOleclipboardOf(*this);
@@ -218,6 +248,10 @@ ClipfileDescription FileRequest::descriptionForCancel() const
 void FileRequest::NotifyFileTransferFailed()
 {
     CLIP_LOG(kLogInfo, "Cancel file stream wait.");
+    {
+        std::lock_guard<std::mutex> lock(mStateLock);
+        mFailureReported = true;
+    }
     if (const auto stream = GetStream())
         stream->Cancel();  // waits for a read that runs on another thread
 }

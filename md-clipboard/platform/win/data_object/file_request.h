@@ -2,7 +2,7 @@
 //
 // A data object, its stream, the sink that the host keeps and the engine all know the request and share it; none of
 // them knows another by an address that may be gone. The data object's destructor cuts the request: from then on
-// deliveries are dropped and nothing is found.
+// deliveries are dropped and streams are told. The records of files stay as long as a stream may read from them.
 #pragma once
 
 #include <windows.h>
@@ -37,7 +37,8 @@ public:
     // The record; null before it was set, after a cancel and after cut.
     std::shared_ptr<ClipboardData> GetClipboardData() const;
 
-    // Takes a reference of its own; released by cut. The stream may outlive the request's interest in it.
+    // Takes a reference of its own; released by Cut. The stream may outlive the request's interest in it. One that
+    // comes after the host has reported a failure is cancelled at once.
     void SetStream(FileStream* stream);
     Microsoft::WRL::ComPtr<FileStream> GetStream() const;
 
@@ -48,6 +49,16 @@ public:
     // What the host calls for each piece of file data. See FileDataSink.
     FileDataSink MakeSink();
     void TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size);
+
+    // Whether the host was asked and has not delivered everything, or is being asked right now: a host's question to
+    // the user pumps messages, and so another request may come in the middle of it.
+    bool IsUnderWay() const;
+
+    // Bytes of all files of the list.
+    std::uint64_t GetTotalFileSize() const
+    {
+        return mTotalFileSize;
+    }
 
     // FileTransfer:
     bool startRequestFileData(const ClipfileDescription& file, bool& rejected) override;
@@ -61,11 +72,12 @@ private:
     friend class TestAccess;
 
     std::shared_ptr<ClipboardFileDataImpl> recordForDelivery() const;
-    bool isUnderWay() const;
     bool isRequested() const;
+    void setState(RequestFileState state);
     void logRequest(const ClipfileDescription& file) const;
     void declineRequest(const ClipfileDescription& file) const;
     bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record);
+    bool callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record);
     static bool isPasteWanted(ClipboardFileData& record);
     bool isStalled() const;
     void cancelForStall();
@@ -76,20 +88,20 @@ private:
                      const std::string& path);
     ClipfileDescription descriptionForCancel() const;
 
-    // Guarded by mStateLock, but for the state, which is written under it and read by anybody.
-    std::shared_ptr<ClipboardData> mClipData;
-    Microsoft::WRL::ComPtr<FileStream> mFileStream;
-    std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};
-    TransferFiles mTransferFiles;    // safe by itself
+    std::shared_ptr<ClipboardData> mClipData;                                         // guarded by mStateLock
+    Microsoft::WRL::ComPtr<FileStream> mFileStream;                                   // guarded by mStateLock
+    std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};  // written under mStateLock
+    TransferFiles mTransferFiles;                                                     // safe by itself
     std::recursive_mutex mDataLock;  // held for a request, the host's functions included, and for a delivery
 
     mutable std::mutex mStateLock;
     bool mCancelling = false;            // guarded by mStateLock: deliveries are dropped already
     bool mCancelRuns = false;            // guarded by mStateLock: the host's cancel function is called once
+    bool mFailureReported = false;       // guarded by mStateLock: by the host
     ClipfileDescription mRequestedFile;  // guarded by mStateLock: what the request was made with
     std::atomic<bool> mIsCut{false};     // the data object is being destroyed: the clipboard does not hold it
     std::uint64_t mTotalFileSize = 0;    // constant after SetClipboardData
-    bool mStarting = false;              // guarded by mDataLock: the host's paste or request function runs
+    std::atomic<bool> mStarting{false};  // the host's paste or request function runs; written under mDataLock
 };
 
 }  // namespace sd::clip

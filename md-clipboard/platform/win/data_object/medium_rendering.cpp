@@ -20,6 +20,8 @@ namespace {
 // FD_UNICODE is not known to all platform headers.
 constexpr DWORD kDescriptorFlags = 0x8000407E;
 constexpr UINT kBlockFlags = GMEM_SHARE | GMEM_ZEROINIT | GMEM_MOVEABLE;
+// What DescriptorBlockSize, which knows no platform, reckons with.
+static_assert(sizeof(FILEDESCRIPTORW) == 592 && sizeof(FILEGROUPDESCRIPTORW) == 596, "another layout on the clipboard");
 constexpr std::int64_t kUnixEpoch = 116444736000000000;  // 1970 in the platform's ticks since 1601
 constexpr std::int64_t kTicksPerSecond = 10000000;
 constexpr std::uint32_t kNoAttributes = 0xFFFFFFFF;  // INVALID_FILE_ATTRIBUTES
@@ -74,7 +76,7 @@ void fillEntry(FILEDESCRIPTORW& entry, const ClipfileDescription& file)
 
 void fillGroup(FILEGROUPDESCRIPTORW& group, const std::vector<ClipfileDescription>& files)
 {
-    CLIP_LOG(kLogInfo, "totalFileCount:%d.", static_cast<int>(files.size()));
+    CLIP_LOG(kLogError, "totalFileCount:%d.", static_cast<int>(files.size()));
     group.cItems = static_cast<UINT>(files.size());
     for (std::size_t i = 0; i < files.size(); ++i)
         fillEntry(group.fgd[i], files[i]);
@@ -82,19 +84,24 @@ void fillGroup(FILEGROUPDESCRIPTORW& group, const std::vector<ClipfileDescriptio
 
 }  // namespace
 
-HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files, STGMEDIUM& medium)
+HGLOBAL AllocateDescriptorBlock(std::uint64_t entryCount)
 {
-    const auto size = DescriptorBlockSize(files.size());
+    const auto size = DescriptorBlockSize(entryCount);
     if (!size) {
-        CLIP_LOG(kLogError, "The list of %lld files is too long for a descriptor",
-                 static_cast<long long>(files.size()));
-        return DV_E_FORMATETC;
+        CLIP_LOG(kLogError, "The list of %lld files is too long for a descriptor", static_cast<long long>(entryCount));
+        return nullptr;
     }
     const HGLOBAL block = GlobalAlloc(kBlockFlags, *size);
-    if (block == nullptr) {
+    if (block == nullptr)
         CLIP_LOG(kLogError, "GlobalAlloc gMem fail.");
+    return block;
+}
+
+HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files, STGMEDIUM& medium)
+{
+    const HGLOBAL block = AllocateDescriptorBlock(files.size());
+    if (block == nullptr)
         return DV_E_FORMATETC;
-    }
     auto* const group = static_cast<FILEGROUPDESCRIPTORW*>(GlobalLock(block));
     if (group == nullptr) {
         CLIP_LOG(kLogError, "GlobalLock gMem fail.");

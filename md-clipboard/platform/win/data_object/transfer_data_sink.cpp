@@ -50,7 +50,7 @@ void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* d
         cancelForStall();
         return;
     }
-    mRequestFileState = RequestFileState::kTransfering;
+    setState(RequestFileState::kTransfering);
     storeDelivery(*record, file, data, size);
 }
 
@@ -64,9 +64,7 @@ void FileRequest::cancelForStall()
 {
     CLIP_LOG(kLogInfo, "User canceled copy action");
     raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer");
-    if (!isUnderWay())
-        return;  // a stray delivery after the end: there is nothing to cancel
-    {
+    if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
         std::lock_guard<std::mutex> state(mStateLock);
         mCancelling = true;  // the next delivery may come before the cancel does
     }
@@ -95,7 +93,7 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
     CLIP_LOG(kLogInfo, "Download: %s:%d(%lld, %lld, %lld) all:(%lld,%lld)", file.fileName.c_str(),
              static_cast<int>(transfer.mSliceCount), static_cast<long long>(transfer.mReadySize),
              static_cast<long long>(size), static_cast<long long>(transfer.mFileSize),
-             static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(mTotalFileSize));
+             static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(GetTotalFileSize()));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
         return;
     finishSlice(record, transfer, file.fileName, path);
@@ -116,9 +114,9 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
         CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
     }
     // Empty files that come after the last byte report the end again.
-    if (record.GetTransferredSize() == mTotalFileSize) {
-        mRequestFileState = RequestFileState::kRequestFinished;
-        raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(mTotalFileSize), "all file transfer complete");
+    if (record.GetTransferredSize() == GetTotalFileSize()) {
+        setState(RequestFileState::kRequestFinished);
+        raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(GetTotalFileSize()), "all file transfer complete");
         CLIP_LOG(kLogInfo, "all file download finish.");
     }
 }
