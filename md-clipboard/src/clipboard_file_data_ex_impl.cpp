@@ -11,12 +11,13 @@ ClipboardFileDataExImpl::~ClipboardFileDataExImpl() = default;
 
 void ClipboardFileDataExImpl::SetTargetClipboardData(std::shared_ptr<ClipboardFileData> target)
 {
-    mTargetData = std::move(target);
+    // Whole for a host that reads it meanwhile: a second landing replaces the target of the first.
+    std::atomic_store(&mTargetData, std::move(target));
 }
 
 std::shared_ptr<ClipboardFileData> ClipboardFileDataExImpl::GetTargetClipboardData()
 {
-    return mTargetData;
+    return std::atomic_load(&mTargetData);
 }
 
 void ClipboardFileDataExImpl::SetFileLazyRenderingCallback(FileLazyRenderingCallback callback)

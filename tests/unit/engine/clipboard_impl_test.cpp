@@ -13,6 +13,7 @@
 #include "support/recording_listener.h"
 #include "support/recording_log.h"
 #include "support/test_roles.h"
+#include "support/watched_drives.h"
 
 using namespace sd::clip;
 
@@ -162,14 +163,15 @@ TEST(ClipboardImpl, NoFormatIsAvailableWhileTheClipboardHoldsFiles)
     EXPECT_FALSE(engine.IsFormatAvailable(ClipboardFormat::Text));
 }
 
-TEST(ClipboardImpl, TheCacheDirectoryIsStoredThoughTheLazyRendererIsNotThereYet)
+TEST(ClipboardImpl, TheCacheDirectoryIsStoredForBothRoutes)
 {
     ClipboardImpl& engine = TestAccess::makeEngine();
-    EXPECT_FALSE(engine.InitFileLazyRenderer("C:/cache/"));
+    EXPECT_TRUE(initLazyRenderer(engine, "C:/cache/"));
     EXPECT_EQ(ClipboardImpl::GetCacheDirectory(), "C:/cache/");
-    EXPECT_EQ(RecordingLog::count(6, "The lazy renderer is not there yet"), 1);
-    EXPECT_FALSE(engine.InitFileLazyRenderer(""));
+    EXPECT_EQ(RecordingLog::count(5, "Init file clipboard lazy renderer, cache dir C:/cache/"), 1);
+    EXPECT_TRUE(engine.InitFileLazyRenderer(""));
     EXPECT_EQ(ClipboardImpl::GetCacheDirectory(), "");
+    EXPECT_EQ(RecordingLog::count(5, "File clipboard lazy renderer already initialized"), 1);
 }
 
 TEST(ClipboardImpl, TheModeIsForwardedToTheRenderer)

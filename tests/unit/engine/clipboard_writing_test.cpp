@@ -138,15 +138,25 @@ TEST_F(ClipboardWriting, AnEmptyListAndNoRecordCountZero)
     EXPECT_EQ(lastEvent().number, 0);
 }
 
-TEST_F(ClipboardWriting, TheLazyRouteIsNotThereYet)
+TEST_F(ClipboardWriting, TheLazyRouteTakesFileRecordsOnlyAndSendsNoEvent)
 {
-    EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, mGuest.record));
-    EXPECT_EQ(RecordingLog::messages(),
-              (std::vector<std::string>{"Enter", "Use file lazy renderer to handle file clipboard data",
-                                        "The lazy renderer is not there yet"}));
+    for (const auto& other : {std::shared_ptr<ClipboardData>(),
+                              std::shared_ptr<ClipboardData>(std::make_shared<ClipboardTextDataImpl>())}) {
+        RecordingLog::clear();
+        EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, other));
+        EXPECT_EQ(RecordingLog::messages(),
+                  (std::vector<std::string>{"Enter", "Use file lazy renderer to handle file clipboard data",
+                                            "No file record to render lazily"}));
+    }
     EXPECT_TRUE(mGuest.listener->events().empty());
+}
+
+TEST_F(ClipboardWriting, TheReportOfALazyRenderingIsForwarded)
+{
     mEngine->NotifyFileLazyRenderingComplete(-1);
-    EXPECT_EQ(RecordingLog::count(6, "NotifyFileLazyRenderingComplete is not there yet, result:-1"), 1);
+    EXPECT_EQ(RecordingLog::messages(5), (std::vector<std::string>{"Notify file lazy rendering result -1",
+                                                                   "Notify file lazy rendering copy done(-1)",
+                                                                   "FileLazyRenderingPromise is NULL!"}));
 }
 
 TEST_F(ClipboardWriting, DuringATransferAListIsRefusedAndTheTransferGoesOn)
@@ -329,4 +339,43 @@ TEST_F(ClipboardWriting, TwoListsAtOnceAreEachInstalledOnceAtTheMost)
     for (int i = 0; i < 10 && !IsClipboardFormatAvailable(kContents); ++i)
         EXPECT_TRUE(set());
     EXPECT_TRUE(IsClipboardFormatAvailable(kContents));
+}
+
+TEST_F(ClipboardWriting, AListFromInsideAPasteIsRefusedAtOnce)
+{
+    // on the thread that serves OLE, and under the data lock
+    bool fromEvent = true;
+    bool fromVeto = true;
+    mGuest.listener->duringEvent = [&](const RecordedEvent& event) {
+        if (event.operation == "clientPaste")
+            fromEvent = set();
+    };
+    mGuest.record->SetOLEClipboardPasteFunc([&] {
+        fromVeto = set();
+        return true;
+    });
+    set();
+    EXPECT_EQ(paste(), S_OK);
+    EXPECT_FALSE(fromEvent);
+    EXPECT_FALSE(fromVeto);
+    EXPECT_EQ(RecordingLog::count(6, "not support set clipboard from inside a paste"), 2);
+}
+
+TEST_F(ClipboardWriting, AListFromTheEventOfTheEndIsRefusedAtOnce)
+{
+    bool fromEnd = true;
+    bool lazily = true;
+    set();
+    ASSERT_EQ(paste(), S_OK);
+    mGuest.listener->duringEvent = [&](const RecordedEvent& event) {
+        if (event.operation != "endClipboardFile")
+            return;
+        fromEnd = set();
+        lazily = mEngine->SetClipboardData(ClipboardFormat::FileLazy, mGuest.record);
+    };
+    mGuest.deliver(0, std::string(10, 'a'));
+    mGuest.deliver(1, std::string(20, 'b'));
+    EXPECT_FALSE(fromEnd);
+    EXPECT_FALSE(lazily);
+    EXPECT_TRUE(set());
 }

@@ -13,7 +13,7 @@
 ///  8. At the end: Clipboard::UnInit.
 ///
 /// Strings are UTF-8. Failures are told by results and by log lines under the tag "clipboard";
-/// nothing is thrown but std::bad_alloc where memory runs out.
+/// nothing is thrown but std::bad_alloc where memory runs out, and what NotifyFileLazyRenderingComplete tells.
 #pragma once
 
 #include <cstdint>
@@ -54,10 +54,13 @@ public:
 /// copy detection on the library's worker; events of Clipboard::SetClipboardData on its caller's thread; events of a
 /// paste on the thread on which the platform serves the pasting application; events of arriving data on the thread
 /// that delivers them. A listener that blocks holds up its caller, never the thread that pumps messages.
-/// From either operation the host may call Clipboard::GetClipboardData, SetListener and the setters. From the events
-/// "cancelTransfer", "transferFinish" and "endClipboardFile" it must not deliver file data.
+/// From either operation the host may call Clipboard::GetClipboardData, SetListener, the setters and
+/// NotifyFileTransferFailed. From the events "cancelTransfer", "transferFinish" and "endClipboardFile" it must not
+/// deliver file data. From these and from "clientPaste", "triggerClipboardFilePaste" and "transferFail" it must not
+/// call SetClipboardData, which refuses the list there.
 ///
-/// An exception that leaves a listener is not caught by the library and ends the process.
+/// A listener must not throw: on the library's own threads an exception ends the process, on the platform's it fails
+/// the paste, and on the host's it comes back to the caller.
 class MD_CLIPBOARD_API ClipboardListener {
 public:
     ClipboardListener();
@@ -143,22 +146,37 @@ public:
     virtual bool IsFormatAvailable(ClipboardFormat format) = 0;
 
     /// Puts a file list from the guest on the local clipboard. Blocks until that is done, for up to an hour. The list
-    /// must not change afterwards. On the streamed route no byte moves until a local application pastes: then the
-    /// record's request function is called once, from a thread of the library's, and the host delivers all files
-    /// through the sink that it is given; from inside the request function it must not wait for its deliveries.
-    /// Reports "setComplete" or "setFail" of "setClipboard". A host may call this from a listener, except during a
-    /// transfer, when the list is refused.
-    /// @param format ClipboardFormat::FileLazy for the placeholder route, which is not there yet; anything else for
-    ///               the streamed route
-    /// @param data   the list and the host's functions
-    /// @return whether the list was taken; false while the guest takes no files and while a list is transferring
+    /// must not change afterwards.
+    ///
+    /// Streamed route: no byte moves until a local application pastes. Then the record's request function is called
+    /// once, from a thread of the library's, and the host delivers all files through the sink that it is given; from
+    /// inside the request function it must not wait for its deliveries. Reports "setComplete" or "setFail" of
+    /// "setClipboard".
+    ///
+    /// Placeholder route: cleans the cache directory, and puts one empty file on the clipboard as a cut one. Wherever
+    /// it lands, it is removed and the record's callback is called, on a thread of the library's and under its lock:
+    /// it has to return at once, with 0 if the host goes on to bring the files, and must not wait for another thread
+    /// that calls SetClipboardData. The target record tells the directory in `root`, without a separator at its end; a
+    /// drive root comes as `D:`. A placeholder that lands again is told again. Reports no event.
+    ///
+    /// Not from inside a paste: the record's other functions and the events of a paste (see ClipboardListener) must not
+    /// call it; it returns false there.
+    /// @param format ClipboardFormat::FileLazy for the placeholder route; anything else for the streamed route
+    /// @param data   the list and the host's functions. For the placeholder route a ClipboardFileDataExImpl with its
+    ///               callback; another file record is taken too, and nothing hears of its landing.
+    /// @return whether the list was taken; false while the guest takes no files, while a list is transferring
+    ///         (streamed route), for a record of another kind (placeholder route), and for a list with a name that
+    ///         leads out of the folder it is pasted into, with a name of 260 units of UTF-16 or more (streamed route)
+    ///         or with sizes that add up to 2^63 bytes or more
     virtual bool SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data) = 0;
 
-    /// Stores the cache directory, for both routes, and starts the placeholder route. The streamed route writes what
-    /// arrives into files there and never removes them.
-    /// Starting is not there yet: stores the directory, logs and returns false.
-    /// @param cacheDirectory UTF-8; an existing directory or a path with forward slashes, with a separator at its end
-    /// @return whether the placeholder route is ready
+    /// Stores the cache directory, for both routes, and starts the placeholder route: at the first call one thread for
+    /// each drive begins to watch for placeholders, until the process ends. A later call only changes the directory.
+    /// The streamed route writes what arrives into files there and never removes them. The placeholder route deletes
+    /// all files in it, not those in its folders, each time a list is set: it must be the host's own.
+    /// @param cacheDirectory UTF-8, absolute, with a separator at its end: nothing is appended, and placeholders would
+    ///        land beside it. With forward slashes its parent folders are made where they are missing.
+    /// @return whether the drives could be listed
     virtual bool InitFileLazyRenderer(std::string cacheDirectory) = 0;
 
     /// The host's report that a transfer failed. Takes the list off the clipboard and ends its stream; waits for a read
@@ -167,7 +185,8 @@ public:
     /// @param fail 1 ends the running transfer; any other value is only logged
     virtual void NotifyFileTransferFailed(std::uint32_t fail) = 0;
 
-    /// The host's report that it has brought the files of a paste by placeholder. Not there yet: logs.
+    /// The host's report that it has brought the files of a paste by placeholder, or that it could not. To be called
+    /// once for each list that was set: throws std::future_error for a second report.
     /// @param result the host's result, 0 for success
     virtual void NotifyFileLazyRenderingComplete(std::int32_t result) = 0;
 

@@ -109,10 +109,9 @@ bool ClipboardImpl::InitFileLazyRenderer(std::string directory)
 {
     {
         std::lock_guard<std::mutex> lock(cacheDirectory().mutex);
-        cacheDirectory().path = std::move(directory);
+        cacheDirectory().path = directory;
     }
-    CLIP_LOG(kLogError, "The lazy renderer is not there yet");
-    return false;
+    return mFileLazyRenderer.Init(directory);
 }
 
 void ClipboardImpl::SetSupportFileClipboardFullPostProcessMode(bool supported)

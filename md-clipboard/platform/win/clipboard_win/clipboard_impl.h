@@ -95,13 +95,14 @@ private:
 
     // clipboard_writing.cpp
     class PendingObject;
-    bool setFileList(std::shared_ptr<ClipboardData> data);
-    bool installOnWorkThread(const std::shared_ptr<PendingObject>& pending, std::int64_t fileCount);
+    bool setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount);
+    std::future_status installOnWorkThread(const std::shared_ptr<PendingObject>& pending);
     std::future_status waitForWorkThread(const std::future<FuncExecStatus>& done) const;
     void setCurrentOleDataObject(PendingObject& pending);
     bool setOleDataObject(ClipDataObject* object);
     bool isOnClipboard(const FileRequest& request) const;
     std::shared_ptr<FileRequest> currentRequest() const;
+    bool forgetRequest(const std::shared_ptr<FileRequest>& request);
     void noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request);
 
     std::shared_ptr<ClipboardListener> listener() const;

@@ -1,6 +1,5 @@
 // Puts a guest's file list on the local clipboard, and takes it off again.
 #include <ole2.h>
-#include <wrl/client.h>
 
 #include <utility>
 
@@ -35,6 +34,16 @@ bool isRefused(const std::shared_ptr<ClipboardData>& data, PasteRoute route)
         CLIP_LOG(kLogError, "Refuse guest file list, entry %lld: %s", static_cast<long long>(refused->position),
                  refused->reason);
     return refused.has_value();
+}
+
+// A call from a paste's own function or event would wait for ever: the old data object dies on the thread that serves
+// OLE, and waits there for the data lock that the caller holds, or for the caller itself.
+bool isInsidePaste()
+{
+    const bool isInside = DataLockScope::isHeldByThisThread() || RemoteFormatFile::Instance().IsThisThread();
+    if (isInside)
+        CLIP_LOG(kLogError, "not support set clipboard from inside a paste");
+    return isInside;
 }
 
 }  // namespace
@@ -73,10 +82,8 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
     }
     if (format == ClipboardFormat::FileLazy) {
         CLIP_LOG(kLogInfo, "Use file lazy renderer to handle file clipboard data");
-        if (isRefused(data, PasteRoute::kPlaceholder))
-            return false;
-        CLIP_LOG(kLogError, "The lazy renderer is not there yet");
-        return false;
+        return !isInsidePaste() && !isRefused(data, PasteRoute::kPlaceholder) &&
+               mFileLazyRenderer.PrepareFileLazyRendering(std::dynamic_pointer_cast<ClipboardFileDataEx>(data));
     }
     const std::shared_ptr<FileRequest> current = currentRequest();
     if (current != nullptr && current->IsDataTransfering()) {
@@ -85,12 +92,11 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
                              "received guest file list when some file is transferring, ignore", "sucess", "", "");
         return false;
     }
-    return !isRefused(data, PasteRoute::kStreamed) && setFileList(std::move(data));
+    return !isInsidePaste() && !isRefused(data, PasteRoute::kStreamed) && setFileList(std::move(data), fileCount);
 }
 
-bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data)
+bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount)
 {
-    const std::int64_t fileCount = countFiles(data);
     keepClipData(data);
     setOleDataObject(nullptr);
 
@@ -99,29 +105,29 @@ bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data)
     noteDataObject(object, object->GetRequest());
     CLIP_LOG(kLogInfo, "Create new clipdataobject:%p.", static_cast<void*>(object));
     object->SetClipboardData(std::move(data));
+    std::future_status status;
     try {
-        return installOnWorkThread(pending, fileCount);
+        status = installOnWorkThread(pending);
     } catch (const std::future_error& failure) {
         CLIP_LOG(kLogError, "handle future error code %d, %s", futureErrorNumber(failure), failure.what());
         return false;
     }
-}
-
-// What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
-bool ClipboardImpl::installOnWorkThread(const std::shared_ptr<PendingObject>& pending, std::int64_t fileCount)
-{
-    RemoteFormatFile& workThread = RemoteFormatFile::Instance();
-    const std::future<FuncExecStatus> done =
-        workThread.MoveToThread([this, pending] { setCurrentOleDataObject(*pending); });
-    if (waitForWorkThread(done) == std::future_status::timeout) {
-        workThread.MoveToThread(nullptr);  // withdraws the job
+    if (status == std::future_status::timeout) {
+        RemoteFormatFile::Instance().MoveToThread(nullptr);  // withdraws the job
         notifyClipboardEvent("setClipboard", "setFail", "file", fileCount, "set guest file list to clipboard fail",
                              "error", "1501", "set data to ole clipboard fail");
         return false;
     }
+    // What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
     notifyClipboardEvent("setClipboard", "setComplete", "file", fileCount, "set guest file list to clipboard complete",
                          "sucess", "", "");
     return true;
+}
+
+std::future_status ClipboardImpl::installOnWorkThread(const std::shared_ptr<PendingObject>& pending)
+{
+    return waitForWorkThread(
+        RemoteFormatFile::Instance().MoveToThread([this, pending] { setCurrentOleDataObject(*pending); }));
 }
 
 // A caller that joined OLE owns the clipboard that was just emptied, and the work thread's OleSetClipboard sends a
@@ -173,10 +179,11 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
                  static_cast<int>(GetLastError()));
         return false;
     }
+    const bool isOurs = OleIsCurrentClipboard(data) == S_OK;  // another program may have copied meanwhile
     {
         std::lock_guard<std::mutex> lock(mStateMutex);
         mInstalledRequest = request;
-        mInstalledOwner = GetClipboardOwner();
+        mInstalledOwner = isOurs ? GetClipboardOwner() : nullptr;
     }
     data->Release();
     CLIP_LOG(kLogInfo, "OLE Clipboard Set Done\n");
@@ -213,7 +220,8 @@ void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
         return;
     keepClipData(nullptr);
     request->NotifyFileTransferFailed();
-    noteDataObject(nullptr, nullptr);
+    if (!forgetRequest(request))
+        return;  // a newer list was set while this waited for a reader: it stays
     if (!DataLockScope::isHeldByThisThread()) {
         setOleDataObject(nullptr);
         return;
@@ -227,13 +235,25 @@ void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
 
 void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
 {
-    CLIP_LOG(kLogError, "NotifyFileLazyRenderingComplete is not there yet, result:%d", static_cast<int>(result));
+    CLIP_LOG(kLogInfo, "Notify file lazy rendering result %d", static_cast<int>(result));
+    mFileLazyRenderer.NotifyFileLazyRenderingComplete(result);
 }
 
 std::shared_ptr<FileRequest> ClipboardImpl::currentRequest() const
 {
     std::lock_guard<std::mutex> lock(mStateMutex);
     return mFileRequest;
+}
+
+// @return whether it was the noted one
+bool ClipboardImpl::forgetRequest(const std::shared_ptr<FileRequest>& request)
+{
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    if (mFileRequest != request)
+        return mFileRequest == nullptr;  // its object has died meanwhile
+    mClipDataObject = nullptr;
+    mFileRequest = nullptr;  // not the last reference: the caller has one
+    return true;
 }
 
 void ClipboardImpl::noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request)

@@ -1,16 +1,61 @@
-// Pastes a guest's file list through one placeholder file. What stands here so far is what the engine asks of it.
+// Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
+// lands is where the host brings the files.
+//
+// The operations stand in files of their own: lazy_rendering_preparation.cpp (cache and placeholder),
+// drop_file_publication.cpp (the clipboard), drive_watching.cpp, target_file_handling.cpp (a landing),
+// lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp (our own change of the clipboard).
 #pragma once
 
+#include <windows.h>
+
 #include <atomic>
+#include <cstdint>
+#include <future>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
 
-// Threads: the mode flag may be set and read from any thread at any time. ConsumeCopy runs on the engine's worker.
+// Threads: Init, PrepareFileLazyRendering and NotifyFileLazyRenderingComplete come from any thread of the host,
+// ConsumeCopy from the engine's worker, the mode from anywhere. Each drive has a thread of its own, which is never
+// joined: a renderer whose drives are watched must live as long as the process.
+//
+// Lock order: mMutex, then mStateMutex. mMutex is held across the host's callback, so that a preparation and a landing
+// exclude each other; it is recursive, because the callback may prepare the next list.
 class FileClipboardLazyRenderer {
 public:
-    // Whether the clipboard change that is being looked at is the library's own placeholder. Nothing is published yet,
-    // so none is.
+    FileClipboardLazyRenderer() = default;
+    FileClipboardLazyRenderer(const FileClipboardLazyRenderer&) = delete;
+    FileClipboardLazyRenderer& operator=(const FileClipboardLazyRenderer&) = delete;
+
+    // Stores the directory, also when it is called again, and starts to watch every drive once.
+    // @param cacheDir UTF-8; slashes become backslashes. Nothing is appended: it must end in a separator, or
+    //        placeholders land beside it with its last component before their names.
+    // @return whether the drives were listed; a failed call may be repeated
+    bool Init(const std::string& cacheDir);
+
+    // Cleans the cache, makes the placeholder and puts it on the clipboard in the place of an earlier one.
+    // @param data the list and the callback; null is refused
+    // @return whether the placeholder stands on the clipboard; all failures are in the log
+    bool PrepareFileLazyRendering(std::shared_ptr<ClipboardFileDataEx> data);
+
+    // Never true: nothing sets what it reads.
+    bool IsReady() const;
+
+    // Whether the clipboard change that is being looked at is our own: the one that a preparation caused, or one file
+    // from the cache directory.
     bool ConsumeCopy();
+
+    // The host has brought the files. The result stays until the next preparation.
+    // Throws std::future_error when it is called a second time for one preparation: the host counts its notifications.
+    // @param result 0 for success
+    void NotifyFileLazyRenderingComplete(std::int32_t result);
 
     void SetSupportFileClipboardFullPostProcessMode(bool supported);
     bool GetSupportFileClipboardFullPostProcessMode() const;
@@ -18,7 +63,54 @@ public:
 private:
     friend class TestAccess;
 
+    // lazy_rendering_preparation.cpp
+    bool publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, HANDLE& file);
+    static bool deleteAllFilesInDirectory(const std::wstring& directory);
+    static std::string generateRandomDigits(int count);
+    std::string cacheDirectory() const;
+
+    // drop_file_publication.cpp
+    static bool setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths, std::uint32_t effect);
+    static HGLOBAL prepareDropFilesMemory(const std::vector<std::wstring>& paths);
+
+    // copy_consumption.cpp
+    bool liesInOwnCache(const std::string& path) const;
+
+    // drive_watching.cpp
+    bool monitorAllDrives();
+    void watchDrive(std::wstring root);
+    void watchDirectory(std::wstring root);
+    void watchChanges(const std::wstring& root, HANDLE directory, HANDLE event, unsigned char* buffer);
+    void handleChanges(const std::wstring& root, const unsigned char* buffer);
+    void handleAddedFile(const std::wstring& root, const std::string& name);
+
+    // target_file_handling.cpp
+    bool handleTargetFile(std::wstring root, std::string name);
+    static bool renameTargetFile(const std::wstring& source, std::string& newName);
+    static bool pathExists(const std::wstring& path);
+
+    // lazy_rendering_copy.cpp
+    bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName);
+    static void removeTargetFile(const std::wstring& path);
+    bool waitLazyFileRenderingComplete();
+    std::shared_ptr<ClipboardFileDataEx> armedData() const;
+    std::shared_future<std::int32_t> renderingDone() const;
+    void disarm(const std::shared_ptr<ClipboardFileDataEx>& data);
+
+    std::shared_ptr<ClipboardFileDataEx> mLazyFileData;  // guarded by mMutex: of the armed paste; null while idle
+    std::string mSparseSuffix;                           // guarded by mMutex: eight digits
+    std::string mCacheDir;                               // guarded by mStateMutex: with backslashes only
+    mutable std::recursive_mutex mMutex;                 // a preparation against the handling of a landing
+    std::atomic<bool> mPendingOwnCopy{false};            // the next clipboard change is our own
+    bool mReady = false;                                 // guarded by mMutex
+    std::list<std::thread*> mWatchThreads;               // guarded by mInitMutex: one for each drive, never deleted
+    std::shared_ptr<std::promise<std::int32_t>> mFileLazyRenderingPromise;  // guarded by mStateMutex
     std::atomic<bool> mSupportFullPostProcessMode{false};
+    bool mInitialized = false;  // guarded by mInitMutex
+
+    std::mutex mInitMutex;                                    // of two first calls of Init only one starts the watchers
+    mutable std::mutex mStateMutex;                           // a leaf: what is shared with threads that take no mMutex
+    std::shared_future<std::int32_t> mFileLazyRenderingDone;  // guarded by mStateMutex: of the promise
 };
 
 }  // namespace sd::clip

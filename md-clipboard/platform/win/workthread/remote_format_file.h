@@ -35,6 +35,12 @@ public:
     // could not be placed.
     std::future<FuncExecStatus> MoveToThread(std::function<void()> func);
 
+    // Whether the caller runs on that thread: there it must not wait for a job.
+    bool IsThisThread() const
+    {
+        return mThreadId == GetCurrentThreadId();
+    }
+
     // The thread's procedure. Returns 0, or -1 for a null instance.
     static DWORD WINAPI OleDataObjectRpcThreadMsgProc(void* instance);
 

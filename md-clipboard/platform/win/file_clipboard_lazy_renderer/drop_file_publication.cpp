@@ -1,0 +1,99 @@
+// Puts paths on the system clipboard as files, with the effect that a paste is to have.
+#include <shlobj.h>
+
+#include <cstring>
+
+#include "clipboard_win/global_lock.h"
+#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+std::size_t measureDropFiles(const std::vector<std::wstring>& paths)
+{
+    std::size_t units = 1;  // the terminator of the list
+    for (const std::wstring& path : paths)
+        units += path.size() + 1;
+    return sizeof(DROPFILES) + units * sizeof(wchar_t);
+}
+
+// Into zeroed memory, so the terminators are there.
+void fillDropFiles(void* block, const std::vector<std::wstring>& paths)
+{
+    DROPFILES header = {};
+    header.pFiles = sizeof header;
+    header.fWide = TRUE;
+    std::memcpy(block, &header, sizeof header);
+    unsigned char* target = static_cast<unsigned char*>(block) + sizeof header;
+    for (const std::wstring& path : paths) {
+        std::memcpy(target, path.data(), path.size() * sizeof(wchar_t));
+        target += (path.size() + 1) * sizeof(wchar_t);
+    }
+}
+
+// @return a block with the effect, or null
+HGLOBAL prepareEffectMemory(std::uint32_t effect)
+{
+    const HGLOBAL block = GlobalAlloc(GHND, sizeof effect);
+    if (block == nullptr)
+        return nullptr;
+    {
+        const GlobalLockScope lock(block);
+        if (lock.data() != nullptr) {
+            std::memcpy(lock.data(), &effect, sizeof effect);
+            return block;
+        }
+    }
+    GlobalFree(block);
+    return nullptr;
+}
+
+// The best that can be done: whoever pastes without it copies instead of moving, and that lands all the same.
+void setPreferredEffect(std::uint32_t effect)
+{
+    const HGLOBAL block = prepareEffectMemory(effect);
+    if (block != nullptr && SetClipboardData(RegisterClipboardFormatW(CFSTR_PREFERREDDROPEFFECT), block) == nullptr)
+        GlobalFree(block);
+}
+
+}  // namespace
+
+bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths,
+                                                                  std::uint32_t effect)
+{
+    if (!OpenClipboard(nullptr))
+        return false;
+    EmptyClipboard();
+    const HGLOBAL block = prepareDropFilesMemory(paths);
+    if (block == nullptr || SetClipboardData(CF_HDROP, block) == nullptr) {
+        CloseClipboard();
+        GlobalFree(block);
+        CLIP_LOG(kLogFatal, "Failed to set drop file clipboard data!");
+        return false;
+    }
+    setPreferredEffect(effect);
+    CloseClipboard();
+    return true;
+}
+
+HGLOBAL FileClipboardLazyRenderer::prepareDropFilesMemory(const std::vector<std::wstring>& paths)
+{
+    const HGLOBAL block = GlobalAlloc(GHND, measureDropFiles(paths));
+    if (block == nullptr) {
+        CLIP_LOG(kLogFatal, "Failed to alloc drop file memory!");
+        return nullptr;
+    }
+    void* const data = GlobalLock(block);
+    if (data == nullptr) {
+        GlobalFree(block);
+        CLIP_LOG(kLogFatal, "Failed to free drop file memory!");  // the words are not what happened, and they stay
+        return nullptr;
+    }
+    fillDropFiles(data, paths);
+    GlobalUnlock(block);
+    return block;
+}
+
+}  // namespace sd::clip

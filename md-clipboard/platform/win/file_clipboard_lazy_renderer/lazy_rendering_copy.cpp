@@ -1,0 +1,151 @@
+// Tells the host where the files are wanted, and takes its report that they are there.
+#include <shlobj.h>
+
+#include <chrono>
+
+#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
+#include "file_clipboard_lazy_renderer/placeholder_name.h"
+#include "file_utilities/encoding.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+constexpr int kMostRetries = 5;
+constexpr DWORD kRetryPause = 400;  // milliseconds
+constexpr auto kReportPause = std::chrono::milliseconds(15000);
+
+std::shared_ptr<ClipboardFileData> makeTargetRecord(const std::string& targetDir, const std::string& relativePath,
+                                                    const std::string& fileName)
+{
+    ClipfileDescription target;
+    target.root = cutAtLastBackslash(targetDir);
+    target.relativePath = relativePath;
+    target.fileName = fileName;
+    CLIP_LOG(kLogInfo, "Full post process mode enabled, report file path without file name");
+    target.fileName.clear();
+    auto record = ClipboardFileData::Create();
+    record->SetFiles({target});
+    return record;
+}
+
+ClipfileDescription firstTarget(ClipboardFileDataEx& data)
+{
+    const std::shared_ptr<ClipboardFileData> target = data.GetTargetClipboardData();
+    const bool isKnown = target != nullptr && !target->GetFiles().empty();
+    return isKnown ? target->GetFiles().front() : ClipfileDescription();
+}
+
+}  // namespace
+
+// With mMutex held. The sense of the result is the reverse of what the name suggests, and nobody reads it.
+// @return whether the host's callback failed
+bool FileClipboardLazyRenderer::lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath,
+                                                   const std::string& fileName)
+{
+    CLIP_LOG(kLogInfo, "Try to start lazy rendering file copy: %s%s%s", targetDir.c_str(), relativePath.c_str(),
+             fileName.c_str());
+    const auto data = std::dynamic_pointer_cast<ClipboardFileDataExImpl>(mLazyFileData);
+    if (data == nullptr)
+        return false;
+    data->SetTargetClipboardData(makeTargetRecord(targetDir, relativePath, fileName));
+    removeTargetFile(Utf8ToWide(targetDir + fileName));
+    const int code = data->GetFileLazyRenderingCallback()(data);
+    if (code != 0)
+        CLIP_LOG(kLogFatal, "Lazy rendering file copy start failed(%d) for %s%s%s", code, targetDir.c_str(),
+                 relativePath.c_str(), fileName.c_str());
+    else
+        CLIP_LOG(kLogFatal, "Lazy rendering file copy(FullPostProcessMode) remove original file for %s%s%s",
+                 targetDir.c_str(), relativePath.c_str(), fileName.c_str());
+    return code != 0;
+}
+
+// The words "failed" and "success" say nothing about the lazy rendering, which has not begun; they stay.
+void FileClipboardLazyRenderer::removeTargetFile(const std::wstring& path)
+{
+    int count = 0;
+    DWORD error = ERROR_SUCCESS;
+    while (!DeleteFileW(path.c_str())) {
+        error = GetLastError();
+        if (count >= kMostRetries)
+            break;
+        CLIP_LOG(kLogError, "Failed to remove target file after lazy rendering failed due to %d",
+                 static_cast<int>(error));
+        Sleep(kRetryPause);
+        ++count;
+    }
+    // Decision: the count is tested and not the outcome, so a last attempt that succeeds is reported like a failure.
+    if (count == kMostRetries) {
+        CLIP_LOG(kLogInfo, "Failed to remove target file after retry %d times, last error %d", count,
+                 static_cast<int>(error));
+        return;
+    }
+    CLIP_LOG(kLogInfo, "Remove target file due to lazy rendering success");
+    SHChangeNotify(SHCNE_DELETE, SHCNF_PATHW, path.c_str(), nullptr);
+    SHChangeNotify(SHCNE_UPDATEDIR, SHCNF_PATHW, path.c_str(), nullptr);
+}
+
+void FileClipboardLazyRenderer::NotifyFileLazyRenderingComplete(std::int32_t result)
+{
+    CLIP_LOG(kLogInfo, "Notify file lazy rendering copy done(%d)", static_cast<int>(result));
+    std::shared_ptr<std::promise<std::int32_t>> promise;
+    {
+        std::lock_guard<std::mutex> lock(mStateMutex);
+        promise = mFileLazyRenderingPromise;
+    }
+    if (promise == nullptr) {
+        CLIP_LOG(kLogInfo, "FileLazyRenderingPromise is NULL!");
+        return;
+    }
+    promise->set_value(result);
+}
+
+// What a flow that has to know the end of the host's copy would wait with; no flow does so far.
+// @return whether the host reported success; false too if nothing is armed or a newer preparation came meanwhile
+bool FileClipboardLazyRenderer::waitLazyFileRenderingComplete()
+{
+    const std::shared_ptr<ClipboardFileDataEx> data = armedData();
+    const std::shared_future<std::int32_t> done = renderingDone();
+    if (data == nullptr || !done.valid())
+        return false;
+    const ClipfileDescription target = firstTarget(*data);
+    while (done.wait_for(kReportPause) != std::future_status::ready)
+        CLIP_LOG(kLogInfo, "Lazy rendering file copy not complete since laste check for %s%s%s", target.root.c_str(),
+                 target.relativePath.c_str(), target.fileName.c_str());
+    try {
+        const std::int32_t result = done.get();
+        CLIP_LOG(kLogInfo, "Lazy rendering file copy done(%d) for %s%s%s", static_cast<int>(result),
+                 target.root.c_str(), target.relativePath.c_str(), target.fileName.c_str());
+        disarm(data);
+        return result == 0;
+    } catch (const std::future_error&) {
+        return false;  // the promise went with its preparation
+    }
+}
+
+std::shared_ptr<ClipboardFileDataEx> FileClipboardLazyRenderer::armedData() const
+{
+    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    return mLazyFileData;
+}
+
+std::shared_future<std::int32_t> FileClipboardLazyRenderer::renderingDone() const
+{
+    std::lock_guard<std::mutex> lock(mStateMutex);
+    return mFileLazyRenderingDone;
+}
+
+// A newer preparation stays armed.
+void FileClipboardLazyRenderer::disarm(const std::shared_ptr<ClipboardFileDataEx>& data)
+{
+    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    if (mLazyFileData != data)
+        return;
+    mLazyFileData = nullptr;
+    mSparseSuffix.clear();
+    std::lock_guard<std::mutex> state(mStateMutex);
+    mFileLazyRenderingPromise = nullptr;
+}
+
+}  // namespace sd::clip

@@ -1,0 +1,157 @@
+// Makes one placeholder and arms the renderer with it.
+#include <random>
+#include <utility>
+
+#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
+#include "file_clipboard_lazy_renderer/placeholder_name.h"
+#include "file_utilities/encoding.h"
+#include "file_utilities/search_handle.h"
+#include "log.h"
+
+namespace sd::clip {
+
+namespace {
+
+constexpr int kSuffixDigits = 8;
+constexpr std::uint32_t kMoveEffect = 2;  // DROPEFFECT_MOVE: a paste takes the placeholder away from the cache
+
+// What could not be opened, in the words of a failed first find.
+bool failToOpenDirectory(DWORD error)
+{
+    CLIP_LOG(kLogFatal, "Failed to get the first file in the directory. Error: %d", static_cast<int>(error));
+    return false;
+}
+
+// As the platform resolves it: `C:\cache\..` is a root too.
+std::wstring makeFullPath(const std::wstring& path)
+{
+    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    std::wstring full(size, L'\0');
+    const DWORD length = size != 0 ? GetFullPathNameW(path.c_str(), size, full.data(), nullptr) : 0;
+    full.resize(length < size ? length : 0);
+    return full;
+}
+
+bool isDotEntry(const wchar_t* name)
+{
+    const std::wstring text(name);
+    return text == L"." || text == L"..";
+}
+
+}  // namespace
+
+bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<ClipboardFileDataEx> data)
+{
+    if (data == nullptr) {
+        CLIP_LOG(kLogError, "No file record to render lazily");
+        return false;
+    }
+    CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer.");
+    std::shared_ptr<ClipboardFileDataEx> replaced;  // goes after the lock: its functions are the host's
+    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    const std::shared_ptr<ClipboardFileData> target = data->GetTargetClipboardData();  // held for the call, no more
+
+    HANDLE file = nullptr;
+    if (publishPlaceholder(data, file)) {
+        auto promise = std::make_shared<std::promise<std::int32_t>>();
+        {
+            std::lock_guard<std::mutex> state(mStateMutex);
+            mFileLazyRenderingDone = promise->get_future();
+            mFileLazyRenderingPromise.swap(promise);
+        }
+        replaced = std::exchange(mLazyFileData, std::move(data));
+        CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer done.");
+        return true;
+    }
+    replaced = std::exchange(mLazyFileData, nullptr);
+    mSparseSuffix.clear();
+    mPendingOwnCopy = false;
+    // Decision: a placeholder that was closed before a failed publication is closed once more, and the clipboard, which
+    // is not open here, is asked to empty itself. Both fail without a sound, and both stay.
+    if (file != nullptr)
+        CloseHandle(file);
+    EmptyClipboard();
+    return false;
+}
+
+// Everything from the cleaning to the clipboard.
+// @param file receives the placeholder's handle as CreateFileW gave it; it is closed before the publication
+bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, HANDLE& file)
+{
+    const std::string cacheDir = cacheDirectory();
+    const std::wstring wideCacheDir = Utf8ToWide(cacheDir);
+    if (!deleteAllFilesInDirectory(wideCacheDir))
+        CLIP_LOG(kLogError, "Unable to clean %s", cacheDir.c_str());
+    mSparseSuffix = generateRandomDigits(kSuffixDigits);
+    if (data->GetFiles().empty()) {
+        CLIP_LOG(kLogFatal, "No file to copy");
+        return false;
+    }
+    // No separator between them, on purpose: the host's directory ends in one.
+    const std::wstring path = wideCacheDir + Utf8ToWide(makeSparseName(data->GetFiles().front(), mSparseSuffix));
+    if (!CreateDirectoryW(wideCacheDir.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
+        CLIP_LOG(kLogFatal, "Could not create cache directory(%d): %s", static_cast<int>(GetLastError()),
+                 cacheDir.c_str());
+        return false;
+    }
+    file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close.
+    if (file == nullptr) {
+        const DWORD error = GetLastError();
+        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s", static_cast<int>(error),
+                 WideToUtf8(path).c_str());
+        return false;
+    }
+    if (!CloseHandle(file)) {
+        const DWORD error = GetLastError();
+        CLIP_LOG(kLogFatal, "Failed to close sparce file(%d): %s", static_cast<int>(error), WideToUtf8(path).c_str());
+        return false;
+    }
+    const std::vector<std::wstring> paths = {path};
+    // Before the write, since the change may be looked at before the write has returned, and with nothing between that
+    // can throw: a flag without a write would swallow the user's next copy.
+    mPendingOwnCopy = true;
+    if (!setFilesToClipboardWithDropEffect(paths, kMoveEffect)) {
+        CLIP_LOG(kLogFatal, "Failed to add file info to clipboard through file clipboard lazy renderer");
+        return false;
+    }
+    return true;
+}
+
+// Files only: a folder below the cache, and what is in it, stays. What can't be deleted stops nothing.
+bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& directory)
+{
+    if (isEmptyOrRoot(directory) || isEmptyOrRoot(makeFullPath(directory)))
+        return failToOpenDirectory(ERROR_INVALID_NAME);
+    WIN32_FIND_DATAW entry;
+    const SearchHandle search(FindFirstFileW((directory + L"\\*").c_str(), &entry));
+    if (!search.IsValid())
+        return failToOpenDirectory(GetLastError());
+    do {
+        if (isDotEntry(entry.cFileName) || (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            continue;
+        const std::wstring path = directory + L"\\" + entry.cFileName;
+        if (!DeleteFileW(path.c_str())) {
+            const DWORD error = GetLastError();
+            CLIP_LOG(kLogFatal, "Failed to delete file: %s, Error: %d", WideToUtf8(path).c_str(),
+                     static_cast<int>(error));
+        }
+    } while (FindNextFileW(search.Get(), &entry));
+    const DWORD error = GetLastError();
+    if (error != ERROR_NO_MORE_FILES)
+        CLIP_LOG(kLogFatal, "FindNextFile encountered an error. Error: %d", static_cast<int>(error));
+    return true;
+}
+
+std::string FileClipboardLazyRenderer::generateRandomDigits(int count)
+{
+    std::random_device device;
+    std::mt19937 generator(device());
+    std::uniform_int_distribution<int> digit(0, 9);
+    std::string digits;
+    for (int i = 0; i < count; ++i)
+        digits += static_cast<char>('0' + digit(generator));
+    return digits;
+}
+
+}  // namespace sd::clip
