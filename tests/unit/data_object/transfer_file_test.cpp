@@ -33,11 +33,26 @@ struct ThreeSlices : SampleTransfer {
     const std::string bytes;
 };
 
+// Slices of these bytes, all finished.
+struct SlicedTransfer : SampleTransfer {
+    SlicedTransfer(std::int64_t fileSize, const std::vector<std::string>& slices) : SampleTransfer(fileSize)
+    {
+        for (const std::string& bytes : slices)
+            addSlice(bytes);
+    }
+};
+
 void expectBytes(const ReadResult& result, const std::string& expected)
 {
     EXPECT_TRUE(result.ready);
     EXPECT_EQ(result.bytes.size(), expected.size());
     EXPECT_TRUE(result.bytes == expected) << "other bytes";  // not printed: there may be millions
+}
+
+void expectReadEnds(std::future<ReadResult>& reading, const std::string& expected)
+{
+    ASSERT_EQ(reading.wait_for(seconds(10)), std::future_status::ready);
+    expectBytes(reading.get(), expected);
 }
 
 std::string printLine(const char* text, const std::string& argument, const char* end = "")
@@ -141,9 +156,7 @@ TEST(TransferFile, AfterTheEndTheFileBeginsAgain)
 
 TEST(TransferFile, ReadingLogsEachStep)
 {
-    SampleTransfer transfer(9);
-    transfer.addSlice("first");
-    transfer.addSlice("last");
+    SlicedTransfer transfer(9, {"first", "last"});
     RecordingLog::clear();
     transfer.read(3);
     const std::string reader = printAddress(transfer.file.mSliceReader.get());
@@ -207,10 +220,7 @@ TEST(TransferFile, AReadOfNoBytesOpensTheSliceAndMovesNothing)
 
 TEST(TransferFile, WhatIsDeliveredBeyondTheSizeIsReadToTheEndOfItsSlice)
 {
-    SampleTransfer transfer(4);
-    transfer.addSlice("abc");
-    transfer.addSlice("defgh");
-    transfer.addSlice("ijk");
+    SlicedTransfer transfer(4, {"abc", "defgh", "ijk"});
     expectBytes(transfer.read(100), "abc");
     expectBytes(transfer.read(3), "def");  // beyond the size now, but the slice has more
     expectBytes(transfer.read(100), "gh");
@@ -220,10 +230,7 @@ TEST(TransferFile, WhatIsDeliveredBeyondTheSizeIsReadToTheEndOfItsSlice)
 
 TEST(TransferFile, AMissingSliceGivesAHoleAndThenAWait)
 {
-    SampleTransfer transfer(9);
-    transfer.addSlice("one");
-    transfer.addSlice("two");
-    transfer.addSlice("six");
+    SlicedTransfer transfer(9, {"one", "two", "six"});
     std::filesystem::remove(transfer.file.mSlices[1]);
     expectBytes(transfer.read(100), "one");
     RecordingLog::clear();
@@ -237,15 +244,12 @@ TEST(TransferFile, AMissingSliceGivesAHoleAndThenAWait)
 
     auto waiting = readWaiting(transfer, 100);
     transfer.addSlice("end");
-    ASSERT_EQ(waiting.wait_for(seconds(10)), std::future_status::ready);
-    expectBytes(waiting.get(), "end");
+    expectReadEnds(waiting, "end");
 }
 
 TEST(TransferFile, AMissingSliceIsPassedByAReadOfNoBytesToo)
 {
-    SampleTransfer transfer(6);
-    transfer.addSlice("one");
-    transfer.addSlice("two");
+    SlicedTransfer transfer(6, {"one", "two"});
     std::filesystem::remove(transfer.file.mSlices[0]);
     expectBytes(transfer.read(0), "");
     EXPECT_EQ(transfer.file.mReadSliceIndex, 1);
@@ -254,9 +258,7 @@ TEST(TransferFile, AMissingSliceIsPassedByAReadOfNoBytesToo)
 
 TEST(TransferFile, AShortSliceLeavesTheSumShort)
 {
-    SampleTransfer transfer(6);
-    transfer.addSlice("one");
-    transfer.addSlice("two");
+    SlicedTransfer transfer(6, {"one", "two"});
     std::filesystem::resize_file(transfer.file.mSlices[0], 1);
     expectBytes(transfer.read(3), "o");
     expectBytes(transfer.read(3), "two");
@@ -271,19 +273,16 @@ TEST(TransferFile, AReaderBeforeTheFirstSliceWaitsForIt)
     EXPECT_EQ(waiting.wait_for(milliseconds(100)), std::future_status::timeout) << "the open slice is not touched";
     transfer.write("done");
     transfer.finishSlice();
-    ASSERT_EQ(waiting.wait_for(seconds(10)), std::future_status::ready);
-    expectBytes(waiting.get(), "open");
+    expectReadEnds(waiting, "open");
 }
 
 TEST(TransferFile, AReaderThatOvertakesTheWriterWaitsForTheNextSlice)
 {
-    SampleTransfer transfer(6);
-    transfer.addSlice("one");
+    SlicedTransfer transfer(6, {"one"});
     expectBytes(transfer.read(100), "one");
     auto waiting = readWaiting(transfer, 100);
     transfer.addSlice("two");
-    ASSERT_EQ(waiting.wait_for(seconds(10)), std::future_status::ready);
-    expectBytes(waiting.get(), "two");
+    expectReadEnds(waiting, "two");
 }
 
 TEST(TransferFile, ASignalWithoutASliceDoesNotEndTheWait)
@@ -295,14 +294,12 @@ TEST(TransferFile, ASignalWithoutASliceDoesNotEndTheWait)
         ASSERT_EQ(waiting.wait_for(milliseconds(20)), std::future_status::timeout);
     }
     transfer.addSlice("one");
-    ASSERT_EQ(waiting.wait_for(seconds(10)), std::future_status::ready);
-    expectBytes(waiting.get(), "one");
+    expectReadEnds(waiting, "one");
 }
 
 TEST(TransferFile, ASliceThatIsReadyIsNotWaitedFor)
 {
-    SampleTransfer transfer(6);
-    transfer.addSlice("one");
+    SlicedTransfer transfer(6, {"one"});
     EXPECT_TRUE(transfer.file.WaitSliceReady());
     RecordingLog::clear();
     expectBytes(transfer.read(100), "one");

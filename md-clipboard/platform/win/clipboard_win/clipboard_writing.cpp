@@ -221,7 +221,7 @@ void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
     keepClipData(nullptr);
     request->NotifyFileTransferFailed();
     if (!forgetRequest(request))
-        return;  // a newer list was set while this waited for a reader: it stays
+        return;  // while this waited for a reader somebody else's copy came, or a newer list: it stays
     if (!DataLockScope::isHeldByThisThread()) {
         setOleDataObject(nullptr);
         return;
@@ -250,7 +250,7 @@ bool ClipboardImpl::forgetRequest(const std::shared_ptr<FileRequest>& request)
 {
     std::lock_guard<std::mutex> lock(mStateMutex);
     if (mFileRequest != request)
-        return mFileRequest == nullptr;  // its object has died meanwhile
+        return false;
     mClipDataObject = nullptr;
     mFileRequest = nullptr;  // not the last reference: the caller has one
     return true;

@@ -1,40 +1,11 @@
-// The OLE work thread where the platform refuses, and how exactly it is asked.
-#include <atomic>
-
+// How the OLE work thread is started and its jobs are placed, also where the platform refuses.
 #include "support/failing_allocation.h"
-#include "support/import_hook.h"
 #include "support/journal.h"
-#include "work_thread_fixture.h"
-#include "workthread/remote_format_file.h"
+#include "work_thread_hooks.h"
 
 using namespace sd::clip;
 
 namespace {
-
-template <class Function>
-Function gReal = nullptr;
-
-// The runtime waits and sleeps on other threads too; only the test's own calls are looked at.
-DWORD gTestThread = 0;
-
-bool isTestThread()
-{
-    return GetCurrentThreadId() == gTestThread;
-}
-
-struct Post {
-    DWORD thread;
-    UINT message;
-    WPARAM wParam;
-    LPARAM lParam;
-};
-std::vector<Post> gPosts;
-
-BOOL WINAPI keepPost(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam)
-{
-    gPosts.push_back({thread, message, wParam, lParam});
-    return gReal<decltype(&PostThreadMessageW)>(thread, message, wParam, lParam);
-}
 
 BOOL WINAPI refusePost(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam)
 {
@@ -88,22 +59,6 @@ HANDLE WINAPI startAThreadThatEnds(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START
     return gReal<decltype(&CreateThread)>(nullptr, 0, endAtOnce, nullptr, 0, id);
 }
 
-std::atomic<int> gErrorsLeft{0};
-std::atomic<int> gGets{0};
-
-BOOL WINAPI failToGet(LPMSG message, HWND window, UINT first, UINT last)
-{
-    EXPECT_EQ(window, nullptr);
-    EXPECT_EQ(first, 0u);
-    EXPECT_EQ(last, 0u);
-    ++gGets;
-    if (gErrorsLeft > 0) {
-        --gErrorsLeft;
-        return -1;
-    }
-    return gReal<decltype(&GetMessageW)>(message, window, first, last);
-}
-
 BOOL WINAPI peekLate(LPMSG message, HWND window, UINT first, UINT last, UINT flags)
 {
     Sleep(400);  // more than the thread has in any case
@@ -128,41 +83,6 @@ DWORD WINAPI keepQueueWait(DWORD count, const HANDLE* handles, BOOL all, DWORD m
     return gReal<decltype(&WaitForMultipleObjects)>(count, handles, all, milliseconds);
 }
 
-constexpr UINT kAcceleratorMessage = WM_APP + 7;
-std::atomic<int> gAccelerators{0};
-
-int WINAPI translateAccelerator(HWND window, HACCEL table, LPMSG message)
-{
-    EXPECT_EQ(window, message->hwnd);
-    EXPECT_EQ(table, nullptr);
-    if (message->message != kAcceleratorMessage)
-        return gReal<decltype(&TranslateAcceleratorW)>(window, table, message);
-    ++gAccelerators;
-    return 1;
-}
-
-std::atomic<int> gDispatched{0};
-
-LRESULT WINAPI countDispatch(const MSG* message)
-{
-    if (message->message == kAcceleratorMessage || message->message == kAcceleratorMessage + 1)
-        ++gDispatched;
-    return gReal<decltype(&DispatchMessageW)>(message);
-}
-
-struct Wait {
-    HANDLE handle;
-    DWORD milliseconds;
-};
-std::vector<Wait> gWaits;
-
-DWORD WINAPI keepWait(HANDLE handle, DWORD milliseconds)
-{
-    if (isTestThread())
-        gWaits.push_back({handle, milliseconds});
-    return gReal<decltype(&WaitForSingleObject)>(handle, milliseconds);
-}
-
 UINT WINAPI keepRegistration(LPCSTR name)
 {
     Journal::shared().add(name);
@@ -174,26 +94,13 @@ HANDLE WINAPI refuseEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR)
     return nullptr;
 }
 
-// An ImportHook whose replacement can reach the real function.
-template <class Function>
-class Hook : public ImportHook<Function> {
-public:
-    Hook(const char* name, Function replacement) : ImportHook<Function>(nullptr, name, replacement)
-    {
-        gReal<Function> = this->real();
-    }
-};
-
-class WorkThreadFault : public WorkThread {
+class WorkThreadStart : public WorkThreadFault {
 protected:
-    WorkThreadFault()
+    WorkThreadStart()
     {
-        gTestThread = GetCurrentThreadId();
         gQueueWait = 0;
-        gPosts.clear();
         gThreads.clear();
         gSleeps.clear();
-        gWaits.clear();
     }
 
     // The job is still there, unasked, and its caller got nothing to wait for.
@@ -207,7 +114,7 @@ protected:
 
 }  // namespace
 
-TEST_F(WorkThreadFault, TheMessagesAreRegisteredInTheirOrder)
+TEST_F(WorkThreadStart, TheMessagesAreRegisteredInTheirOrder)
 {
     const Hook<decltype(&RegisterWindowMessageA)> hook("RegisterWindowMessageA", keepRegistration);
     const RemoteFormatFile file;
@@ -215,7 +122,7 @@ TEST_F(WorkThreadFault, TheMessagesAreRegisteredInTheirOrder)
                                                                      "RemoteClipboardRpcServiceMessageExit"}));
 }
 
-TEST_F(WorkThreadFault, TheFirstMessageCarriesTheNumberOne)
+TEST_F(WorkThreadStart, TheFirstMessageCarriesTheNumberOne)
 {
     const Hook<decltype(&PostThreadMessageW)> hook("PostThreadMessageW", keepPost);
     run([] {});
@@ -229,7 +136,7 @@ TEST_F(WorkThreadFault, TheFirstMessageCarriesTheNumberOne)
     }
 }
 
-TEST_F(WorkThreadFault, OneThreadIsStartedWithNothingSpecialAndGivenATenthOfASecond)
+TEST_F(WorkThreadStart, OneThreadIsStartedWithNothingSpecialAndGivenATenthOfASecond)
 {
     const Hook<decltype(&CreateThread)> threads("CreateThread", keepThread);
     const Hook<decltype(&Sleep)> sleeps("Sleep", keepSleep);
@@ -244,8 +151,7 @@ TEST_F(WorkThreadFault, OneThreadIsStartedWithNothingSpecialAndGivenATenthOfASec
     EXPECT_EQ(gSleeps, std::vector<DWORD>{100});
 }
 
-// Each of the allocations that a promise needs fails in its turn.
-TEST_F(WorkThreadFault, WithoutMemoryForThePromiseNothingIsStartedOrPosted)
+TEST_F(WorkThreadStart, WithoutMemoryForThePromiseNothingIsStartedOrPosted)
 {
     const Hook<decltype(&PostThreadMessageW)> hook("PostThreadMessageW", keepPost);
     for (int which = 1; which <= 2; ++which) {
@@ -264,7 +170,7 @@ TEST_F(WorkThreadFault, WithoutMemoryForThePromiseNothingIsStartedOrPosted)
     EXPECT_EQ(TestAccess::job(*mFile).id, 3u);
 }
 
-TEST_F(WorkThreadFault, AThreadThatCanNotBeStartedLeavesTheJobInTheSlot)
+TEST_F(WorkThreadStart, AThreadThatCanNotBeStartedLeavesTheJobInTheSlot)
 {
     const Hook<decltype(&PostThreadMessageW)> posts("PostThreadMessageW", keepPost);
     for (const auto refusal : {refuseThread, refuseThreadWithAnId, giveHandleWithoutId}) {
@@ -279,7 +185,7 @@ TEST_F(WorkThreadFault, AThreadThatCanNotBeStartedLeavesTheJobInTheSlot)
     EXPECT_TRUE(gPosts.empty());  // there is no thread that could be meant
 }
 
-TEST_F(WorkThreadFault, AfterAThreadThatCouldNotBeStartedTheNextJobTriesAgain)
+TEST_F(WorkThreadStart, AfterAThreadThatCouldNotBeStartedTheNextJobTriesAgain)
 {
     bool firstRan = false;
     {
@@ -291,7 +197,7 @@ TEST_F(WorkThreadFault, AfterAThreadThatCouldNotBeStartedTheNextJobTriesAgain)
     EXPECT_FALSE(firstRan);
 }
 
-TEST_F(WorkThreadFault, AFailedPostLeavesTheJobInTheSlotUntilTheNextCall)
+TEST_F(WorkThreadStart, AFailedPostLeavesTheJobInTheSlotUntilTheNextCall)
 {
     run([] {});
     RecordingLog::clear();
@@ -309,25 +215,14 @@ TEST_F(WorkThreadFault, AFailedPostLeavesTheJobInTheSlotUntilTheNextCall)
     EXPECT_TRUE(watch.expired());
 }
 
-TEST_F(WorkThreadFault, AFailingGetMessageIsTriedAgain)
-{
-    const Hook<decltype(&GetMessageW)> hook("GetMessageW", failToGet);
-    gErrorsLeft = 1;
-    gGets = 0;
-    EXPECT_EQ(run([] {}), FuncExecStatus::Executed);
-    EXPECT_EQ(gErrorsLeft, 0);
-    EXPECT_GE(gGets, 2);
-    mFile.reset();  // the thread calls the replacement
-}
-
-TEST_F(WorkThreadFault, AThreadThatMakesItsQueueLateStillGetsItsFirstJob)
+TEST_F(WorkThreadStart, AThreadThatMakesItsQueueLateStillGetsItsFirstJob)
 {
     const Hook<decltype(&PeekMessageW)> hook("PeekMessageW", peekLate);
     EXPECT_EQ(run([] {}), FuncExecStatus::Executed);
     EXPECT_TRUE(RecordingLog::messages(7).empty());
 }
 
-TEST_F(WorkThreadFault, TheQueueIsWaitedForFiveSecondsAtMostAndNotOnceTheThreadHasEnded)
+TEST_F(WorkThreadStart, TheQueueIsWaitedForFiveSecondsAtMostAndNotOnceTheThreadHasEnded)
 {
     const Hook<decltype(&CreateThread)> threads("CreateThread", startAThreadThatEnds);
     const Hook<decltype(&WaitForMultipleObjects)> waits("WaitForMultipleObjects", keepQueueWait);
@@ -338,104 +233,9 @@ TEST_F(WorkThreadFault, TheQueueIsWaitedForFiveSecondsAtMostAndNotOnceTheThreadH
     EXPECT_TRUE(RecordingLog::hasLine(7, "PostThreadMessage failed! errCode: "));
 }
 
-TEST_F(WorkThreadFault, WithoutAnEventForTheQueueTheFixedTimeIsAllThereIs)
+TEST_F(WorkThreadStart, WithoutAnEventForTheQueueTheFixedTimeIsAllThereIs)
 {
     const Hook<decltype(&CreateEventW)> hook("CreateEventW", refuseEvent);
     mFile = std::make_unique<RemoteFormatFile>();
     EXPECT_EQ(run([] {}), FuncExecStatus::Executed);
-}
-
-TEST_F(WorkThreadFault, AMessageThatIsAnAcceleratorIsNotDispatched)
-{
-    const Hook<decltype(&TranslateAcceleratorW)> accelerator("TranslateAcceleratorW", translateAccelerator);
-    const Hook<decltype(&DispatchMessageW)> dispatch("DispatchMessageW", countDispatch);
-    gAccelerators = 0;
-    gDispatched = 0;
-    run([] {});
-    PostThreadMessageW(threadId(), kAcceleratorMessage, 0, 0);
-    run([] {});  // behind it
-    EXPECT_EQ(gAccelerators, 1);
-    EXPECT_EQ(gDispatched, 0);
-    PostThreadMessageW(threadId(), kAcceleratorMessage + 1, 0, 0);
-    run([] {});
-    EXPECT_EQ(gDispatched, 1);
-    mFile.reset();  // the thread calls the replacements
-}
-
-TEST_F(WorkThreadFault, TheDestructorAsksTheThreadToEndAndWaitsAnHourForIt)
-{
-    run([] {});
-    const DWORD id = threadId();
-    const HANDLE handle = threadHandle();
-    const UINT message = TestAccess::exitMessage(*mFile);
-    RecordingLog::clear();
-    const Hook<decltype(&PostThreadMessageW)> posts("PostThreadMessageW", keepPost);
-    const Hook<decltype(&WaitForSingleObject)> waits("WaitForSingleObject", keepWait);
-    mFile.reset();
-    ASSERT_EQ(gPosts.size(), 1u);
-    EXPECT_EQ(gPosts[0].thread, id);
-    EXPECT_EQ(gPosts[0].message, message);
-    EXPECT_EQ(gPosts[0].wParam, 0u);
-    EXPECT_EQ(gPosts[0].lParam, 0);
-    ASSERT_GE(gWaits.size(), 1u);
-    EXPECT_EQ(gWaits[0].handle, handle);
-    EXPECT_EQ(gWaits[0].milliseconds, 3'600'000u);
-    EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"OLE Thread exit!\n"});
-    EXPECT_EQ(RecordingLog::lines()[0].level, 5);
-
-    // The handle is left open.
-    DWORD exitCode = 1;
-    EXPECT_TRUE(GetExitCodeThread(handle, &exitCode));
-    EXPECT_EQ(exitCode, 0u);
-    CloseHandle(handle);
-}
-
-TEST_F(WorkThreadFault, TheDestructorWithoutAThreadPostsAndWaitsForNothing)
-{
-    const Hook<decltype(&PostThreadMessageW)> posts("PostThreadMessageW", keepPost);
-    const Hook<decltype(&WaitForSingleObject)> waits("WaitForSingleObject", keepWait);
-    mFile.reset();
-    EXPECT_TRUE(gPosts.empty());
-    EXPECT_TRUE(gWaits.empty());
-}
-
-TEST_F(WorkThreadFault, TheDestructorWaitsForNoThreadThatCanNotBeAsked)
-{
-    run([] {});
-    PostThreadMessageW(threadId(), WM_QUIT, 0, 0);
-    ASSERT_TRUE(threadEnds());
-    const Hook<decltype(&PostThreadMessageW)> posts("PostThreadMessageW", keepPost);
-    const Hook<decltype(&WaitForSingleObject)> waits("WaitForSingleObject", keepWait);
-    mFile.reset();
-    EXPECT_EQ(gPosts.size(), 1u);
-    EXPECT_TRUE(gWaits.empty());
-}
-
-TEST_F(WorkThreadFault, TheDestructorWaitsForTheJobThatRuns)
-{
-    std::atomic<bool> finished{false};
-    std::promise<void> begun;
-    mFile->MoveToThread([&] {
-        begun.set_value();
-        Sleep(200);
-        finished = true;
-    });
-    begun.get_future().wait();
-    mFile.reset();
-    EXPECT_TRUE(finished);
-}
-
-TEST_F(WorkThreadFault, TheDestructorDiscardsAJobThatNeverCameToRun)
-{
-    const HeldJob held;
-    Future running = mFile->MoveToThread(held.function());
-    ASSERT_TRUE(held.begins());
-    PostThreadMessageW(threadId(), WM_QUIT, 0, 0);
-    Future pending = mFile->MoveToThread([] {});  // its message lies behind the one that ends the thread
-    held.letGo();
-    EXPECT_EQ(statusOf(running), FuncExecStatus::Executed);
-    ASSERT_TRUE(threadEnds());
-    EXPECT_FALSE(isReady(pending));
-    mFile.reset();
-    EXPECT_EQ(statusOf(pending), FuncExecStatus::Discarded);
 }
