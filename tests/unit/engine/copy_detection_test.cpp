@@ -5,6 +5,7 @@
 #include "engine_access.h"
 #include "support/clipboard_owner.h"
 #include "support/import_hook.h"
+#include "support/journal.h"
 #include "support/recording_listener.h"
 #include "support/recording_log.h"
 
@@ -13,13 +14,20 @@ using namespace sd::clip;
 namespace {
 
 using Formats = std::vector<ClipboardFormat>;
+using Messages = std::vector<std::string>;
 const Formats kFiles = {ClipboardFormat::File};
 const Formats kNothing;
+
+// A change is first asked whether it is the renderer's own placeholder, which no file on the clipboard is here.
+const char kConsumes[] = "Consume file lazy renderer copy 0";
+const char kNotOurs[] = "Get clipboard data failed! error code 1418";
 
 std::vector<UINT> gEnumerated;
 std::vector<UINT> gUpdated;
 UINT gUpdatedCount = 0;
 BOOL gUpdatedResult = TRUE;
+std::vector<UINT> gRead;
+decltype(&CloseClipboard) gRealClose = nullptr;
 
 UINT WINAPI enumerateNext(UINT previous)
 {
@@ -38,26 +46,20 @@ BOOL WINAPI giveUpdated(PUINT formats, UINT capacity, PUINT count)
     return gUpdatedResult;
 }
 
-// The lines of detection itself: the renderer, which is asked first, logs what it finds on the clipboard.
-std::vector<LogLine> detectionLines()
+HANDLE WINAPI readNothing(UINT format)
 {
-    std::vector<LogLine> lines = RecordingLog::lines();
-    lines.erase(
-        std::remove_if(lines.begin(), lines.end(),
-                       [](const LogLine& line) { return line.file.find("lazy_renderer") != std::string::npos; }),
-        lines.end());
-    return lines;
+    gRead.push_back(format);
+    return nullptr;
 }
 
-std::vector<std::string> detectionMessages()
+BOOL WINAPI closeLeavingAnError()
 {
-    std::vector<std::string> messages;
-    for (const LogLine& line : detectionLines())
-        messages.push_back(line.message);
-    return messages;
+    const BOOL closed = gRealClose();
+    SetLastError(ERROR_CLIPBOARD_NOT_OPEN);
+    return closed;
 }
 
-// The two platform lists are the test's own.
+// The two platform lists are the test's own, and no file can be read.
 class CopyDetection : public testing::Test {
 protected:
     CopyDetection()
@@ -65,6 +67,8 @@ protected:
         gEnumerated.clear();
         setUpdated({});
         gUpdatedResult = TRUE;
+        gRead.clear();
+        gRealClose = mClose.real();
         mEngine.SetListener(mListener);
         mEngine.SetFileClipboardSupported(true);
     }
@@ -102,6 +106,8 @@ protected:
     const ImportHook<decltype(&EnumClipboardFormats)> mEnumerate{nullptr, "EnumClipboardFormats", &enumerateNext};
     const ImportHook<decltype(&GetUpdatedClipboardFormats)> mUpdate{nullptr, "GetUpdatedClipboardFormats",
                                                                     &giveUpdated};
+    const ImportHook<decltype(&::GetClipboardData)> mRead{nullptr, "GetClipboardData", &readNothing};
+    const ImportHook<decltype(&CloseClipboard)> mClose{nullptr, "CloseClipboard", &closeLeavingAnError};
 };
 
 }  // namespace
@@ -111,8 +117,9 @@ TEST_F(CopyDetection, FilesAreReported)
     setUpdated({49161, CF_HDROP});
     EXPECT_EQ(detect(), kFiles);
     EXPECT_TRUE(mListener->events().empty());
-    EXPECT_EQ(detectionMessages(), std::vector<std::string>{"Add clipformat:6, cfformat:15"});
-    EXPECT_EQ(detectionLines()[0].level, 5);
+    EXPECT_EQ(RecordingLog::messages(), (Messages{kConsumes, kNotOurs, "Add clipformat:6, cfformat:15"}));
+    EXPECT_EQ(RecordingLog::messages(5), (Messages{kConsumes, "Add clipformat:6, cfformat:15"}));
+    EXPECT_EQ(RecordingLog::messages(6), Messages{kNotOurs});
 }
 
 TEST_F(CopyDetection, TextIsReportedAsAnEmptyListWithoutAnEvent)
@@ -120,7 +127,7 @@ TEST_F(CopyDetection, TextIsReportedAsAnEmptyListWithoutAnEvent)
     setUpdated({CF_UNICODETEXT, CF_LOCALE, CF_TEXT, CF_OEMTEXT});
     EXPECT_EQ(detect(), kNothing);
     EXPECT_TRUE(mListener->events().empty());
-    EXPECT_TRUE(detectionLines().empty());
+    EXPECT_EQ(RecordingLog::messages(), (Messages{kConsumes, kNotOurs}));
 }
 
 TEST_F(CopyDetection, FilesAreIgnoredWithAnEventWhileTheGuestTakesNone)
@@ -129,22 +136,19 @@ TEST_F(CopyDetection, FilesAreIgnoredWithAnEventWhileTheGuestTakesNone)
     setUpdated({CF_HDROP});
     EXPECT_EQ(detect(), kNothing);
     expectIgnoredWith("client copy file but guest not support");
-    EXPECT_EQ(detectionMessages(), std::vector<std::string>{"Qsp file clipboard disabled"});
+    EXPECT_EQ(RecordingLog::messages(5), (Messages{kConsumes, "Qsp file clipboard disabled"}));
 }
 
-TEST_F(CopyDetection, NothingButTheRenderersLookIsReadWhileTheGuestTakesNoFiles)
+TEST_F(CopyDetection, OnlyTheLookForThePlaceholderReadsTheClipboardWhetherTheGuestTakesFilesOrNot)
 {
-    static int reads;
-    reads = 0;
-    const ImportHook<decltype(&::GetClipboardData)> read(
-        nullptr, "GetClipboardData", +[](UINT) -> HANDLE {
-            ++reads;
-            return nullptr;
-        });
-    mEngine.SetFileClipboardSupported(false);
-    setUpdated({CF_HDROP});
-    EXPECT_EQ(detect(), kNothing);
-    EXPECT_EQ(reads, 1);
+    for (const bool supported : {false, true}) {
+        gRead.clear();
+        mEngine.SetFileClipboardSupported(supported);
+        setUpdated({CF_HDROP});
+        EXPECT_EQ(detect(), supported ? kFiles : kNothing);
+        EXPECT_EQ(gRead, std::vector<UINT>{CF_HDROP});
+        EXPECT_FALSE(RecordingLog::hasLine(5, "clipformat:"));  // no read for the guest
+    }
 }
 
 TEST_F(CopyDetection, FilesBesideABitmapAreIgnoredWithOneEventInEitherOrder)
@@ -154,8 +158,8 @@ TEST_F(CopyDetection, FilesBesideABitmapAreIgnoredWithOneEventInEitherOrder)
         setUpdated(formats);
         EXPECT_EQ(detect(), kNothing);
         expectIgnoredWith("client copy file when pic copy at same time, ignore");
-        EXPECT_EQ(detectionMessages(),
-                  std::vector<std::string>{"Qsp file clipboard ignore when pic copy at same time"});
+        EXPECT_EQ(RecordingLog::messages(5),
+                  (Messages{kConsumes, "Qsp file clipboard ignore when pic copy at same time"}));
     }
 }
 
@@ -200,7 +204,8 @@ TEST_F(CopyDetection, AFailureToListFormatsIsLoggedAndReportedAsAnEmptyList)
     setUpdated({CF_HDROP});
     gUpdatedResult = FALSE;
     EXPECT_EQ(detect(), kNothing);
-    EXPECT_EQ(detectionMessages(), std::vector<std::string>{"GetUpdatedClipboardFormats return error, error code 122"});
+    EXPECT_EQ(RecordingLog::messages(6),
+              (Messages{kNotOurs, "GetUpdatedClipboardFormats return error, error code 122"}));
 }
 
 TEST_F(CopyDetection, TheLongerOfTheTwoListsCounts)
@@ -246,8 +251,9 @@ TEST_F(CopyDetection, WithoutAListenerItDropsListsAndEventsSilently)
     TestAccess::detectCopy(mEngine);
     mEngine.SetFileClipboardSupported(false);
     TestAccess::detectCopy(mEngine);
-    for (const LogLine& line : detectionLines())
-        EXPECT_EQ(line.level, 5) << line.message;
+    EXPECT_EQ(RecordingLog::messages(),
+              (Messages{kConsumes, kNotOurs, "Qsp file clipboard ignore when pic copy at same time", kConsumes,
+                        kNotOurs, "Qsp file clipboard disabled"}));
 }
 
 TEST_F(CopyDetection, AListenerMayBeReplacedByTheCallItAnswers)
@@ -278,22 +284,50 @@ TEST_F(CopyDetection, AFormatThatTheHostAskedForInVainIsNeverReported)
     EXPECT_EQ(detect(), kNothing);
 }
 
-TEST(CopyDetectionForReal, ItSeesFilesWithoutOpeningTheClipboardOnceTheRendererHasLooked)
+namespace {
+
+void note(const char* call)
 {
-    static int opens;
-    opens = 0;
+    Journal::shared().add(call);
+}
+
+decltype(&OpenClipboard) gRealOpen = nullptr;
+decltype(&EnumClipboardFormats) gRealEnumerate = nullptr;
+
+}  // namespace
+
+TEST(CopyDetectionForReal, ItSeesFilesWithoutOpeningTheClipboard)
+{
     ClipboardImpl& engine = TestAccess::makeEngine();
     const auto listener = std::make_shared<RecordingListener>();
     engine.SetListener(listener);
     engine.SetFileClipboardSupported(true);
     ClipboardOwner().putDropList({L"C:\\windows"});
+    Journal::shared().clear();
     const ImportHook<decltype(&OpenClipboard)> open(
-        nullptr, "OpenClipboard", +[](HWND) -> BOOL {
-            ++opens;
-            return FALSE;
+        nullptr, "OpenClipboard", +[](HWND owner) -> BOOL {
+            note("open");
+            return gRealOpen(owner);
         });
+    const ImportHook<decltype(&CloseClipboard)> close(
+        nullptr, "CloseClipboard", +[]() -> BOOL {
+            note("close");
+            return gRealClose();
+        });
+    const ImportHook<decltype(&EnumClipboardFormats)> enumerate(
+        nullptr, "EnumClipboardFormats", +[](UINT previous) -> UINT {
+            note("enumerate");
+            return gRealEnumerate(previous);
+        });
+    gRealOpen = open.real();
+    gRealClose = close.real();
+    gRealEnumerate = enumerate.real();
     TestAccess::detectCopy(engine);
-    EXPECT_EQ(opens, 1);
     ASSERT_EQ(listener->reports().size(), 1u);
     EXPECT_EQ(listener->reports()[0], kFiles);
+    // open for the look for the placeholder, and closed again before the formats are listed
+    EXPECT_EQ(Journal::shared().entries(),
+              (std::vector<std::string>{"log 5 Consume file lazy renderer copy 0", "open",
+                                        "log 5 Try to match lazy render cache file for copy: C:\\windows", "close",
+                                        "enumerate", "log 5 Add clipformat:6, cfformat:15"}));
 }

@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::uint32_t kTransferFailed = 1;
 constexpr auto kMessagePause = std::chrono::milliseconds(10);
+constexpr DWORD kMostWaitForClipboard = 1000;  // milliseconds
+constexpr DWORD kClipboardPause = 10;          // milliseconds
 
 std::int64_t countFiles(const std::shared_ptr<ClipboardData>& data)
 {
@@ -34,6 +36,18 @@ bool isRefused(const std::shared_ptr<ClipboardData>& data, PasteRoute route)
         CLIP_LOG(kLogError, "Refuse guest file list, entry %lld: %s", static_cast<long long>(refused->position),
                  refused->reason);
     return refused.has_value();
+}
+
+// The emptying of the clipboard that came before is a change too, at which the renderer looks on the worker: whoever
+// has the clipboard open meanwhile is waited for, as a list would otherwise be lost while the host is told "complete".
+HRESULT setWhenClosed(IDataObject* data)
+{
+    HRESULT set = OleSetClipboard(data);
+    for (DWORD waited = 0; set == CLIPBRD_E_CANT_OPEN && waited < kMostWaitForClipboard; waited += kClipboardPause) {
+        Sleep(kClipboardPause);
+        set = OleSetClipboard(data);
+    }
+    return set;
 }
 
 // A call from a paste's own function or event would wait for ever: the old data object dies on the thread that serves
@@ -172,7 +186,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     }
     const std::shared_ptr<FileRequest> request = object->GetRequest();
     object->Release();
-    const HRESULT set = OleSetClipboard(data);
+    const HRESULT set = setWhenClosed(data);
     if (FAILED(set)) {
         // The first number is the query's, as it always was. The object stays, with a reference that nobody holds.
         CLIP_LOG(kLogInfo, "OleSetClipboard return %d  error code : %d", static_cast<int>(queried),

@@ -11,7 +11,8 @@ namespace sd::clip {
 // dialog and so pumps messages, must not stop for ever.
 //
 // Threads: emptying the OLE clipboard sends a message to the thread that serves the data object, and that thread may
-// want the lock. The host's cancel function may wait for such a thread too. Both are put off to the release.
+// want the lock. The host's cancel function may wait for such a thread too, and so may a read, which the report of a
+// failure waits for. All of them are put off to the release.
 class DataLockScope {
 public:
     explicit DataLockScope(std::recursive_mutex& mutex);

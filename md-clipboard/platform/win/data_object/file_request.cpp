@@ -252,8 +252,9 @@ void FileRequest::NotifyFileTransferFailed()
         std::lock_guard<std::mutex> lock(mStateLock);
         mFailureReported = true;
     }
+    // It waits for a read that runs on another thread, and that may come to wait for the data lock.
     if (const auto stream = GetStream())
-        stream->Cancel();  // waits for a read that runs on another thread
+        DataLockScope::runWithoutLock([stream] { stream->Cancel(); });
 }
 
 void FileRequest::Cut()

@@ -21,6 +21,12 @@ void raiseEvent(const char* operation, const char* stage, std::int64_t number, c
         engine->notifyClipboardEvent(operation, stage, "file", number, message, "sucess", "", "");
 }
 
+// Of the slice that is open, or that comes next.
+std::string pathOfSlice(const TransferFile& transfer)
+{
+    return MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.mSliceCount);
+}
+
 }  // namespace
 
 FileDataSink FileRequest::MakeSink()
@@ -81,8 +87,9 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
                                 const unsigned char* data, unsigned long long size)
 {
     TransferFile& transfer = transferFor(file);
-    const std::string path = MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.mSliceCount);
+    std::string path;  // made where it is needed only: the hash in it is a good part of what a small delivery costs
     if (!transfer.mSliceWriter->is_open()) {
+        path = pathOfSlice(transfer);
         // A failure stops nothing here: the sums go on, and the reader finds the slice missing.
         const bool isOpen = transfer.OpenSlice(path);
         CLIP_LOG(kLogInfo, "File(%s) (%s) is open:%d", path.c_str(), file.fileName.c_str(), isOpen ? 1 : 0);
@@ -96,7 +103,7 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
              static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(GetTotalFileSize()));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
         return;
-    finishSlice(record, transfer, file.fileName, path);
+    finishSlice(record, transfer, file.fileName, path.empty() ? pathOfSlice(transfer) : path);
 }
 
 // Equality decides: a host that delivers more than a file's size never finishes it.

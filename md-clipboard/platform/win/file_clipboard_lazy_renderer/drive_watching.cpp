@@ -87,7 +87,7 @@ void FileClipboardLazyRenderer::watchDrive(std::wstring root)
     }
 }
 
-void FileClipboardLazyRenderer::watchDirectory(std::wstring root)
+void FileClipboardLazyRenderer::watchDirectory(const std::wstring& root)
 {
     const std::string shownRoot = WideToUtf8(root);
     CLIP_LOG(kLogInfo, "WatchDirectory %s", shownRoot.c_str());
@@ -150,6 +150,8 @@ void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const un
     } catch (const std::exception& failure) {
         // Out of memory, or what the host's callback throws: this landing is lost, the drive goes on being watched.
         CLIP_LOG(kLogFatal, "A landing can't be handled: %s", failure.what());
+    } catch (...) {
+        CLIP_LOG(kLogFatal, "A landing can't be handled: %s", "unknown exception");
     }
 }
 

@@ -19,7 +19,7 @@ std::size_t measureDropFiles(const std::vector<std::wstring>& paths)
     return sizeof(DROPFILES) + units * sizeof(wchar_t);
 }
 
-// Into zeroed memory, so the terminators are there.
+// Each path with its terminator, into zeroed memory, so the list's own is there.
 void fillDropFiles(void* block, const std::vector<std::wstring>& paths)
 {
     DROPFILES header = {};
@@ -28,8 +28,9 @@ void fillDropFiles(void* block, const std::vector<std::wstring>& paths)
     std::memcpy(block, &header, sizeof header);
     unsigned char* target = static_cast<unsigned char*>(block) + sizeof header;
     for (const std::wstring& path : paths) {
-        std::memcpy(target, path.data(), path.size() * sizeof(wchar_t));
-        target += (path.size() + 1) * sizeof(wchar_t);
+        const std::size_t size = (path.size() + 1) * sizeof(wchar_t);
+        std::memcpy(target, path.c_str(), size);
+        target += size;
     }
 }
 

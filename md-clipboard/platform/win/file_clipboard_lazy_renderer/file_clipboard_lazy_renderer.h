@@ -79,13 +79,13 @@ private:
     // drive_watching.cpp
     bool monitorAllDrives();
     void watchDrive(std::wstring root);
-    void watchDirectory(std::wstring root);
+    void watchDirectory(const std::wstring& root);
     void watchChanges(const std::wstring& root, HANDLE directory, HANDLE event, unsigned char* buffer);
     void handleChanges(const std::wstring& root, const unsigned char* buffer);
     void handleAddedFile(const std::wstring& root, const std::string& name);
 
     // target_file_handling.cpp
-    bool handleTargetFile(std::wstring root, std::string name);
+    bool handleTargetFile(const std::wstring& root, const std::string& name);
     static bool renameTargetFile(const std::wstring& source, std::string& newName);
     static bool pathExists(const std::wstring& path);
 
@@ -93,9 +93,13 @@ private:
     bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName);
     static void removeTargetFile(const std::wstring& path);
     bool waitLazyFileRenderingComplete();
-    std::shared_ptr<ClipboardFileDataEx> armedData() const;
-    std::shared_future<std::int32_t> renderingDone() const;
-    void disarm(const std::shared_ptr<ClipboardFileDataEx>& data);
+    struct Arming {
+        std::shared_ptr<ClipboardFileDataEx> data;
+        std::weak_ptr<std::promise<std::int32_t>> promise;  // the next preparation drops it
+        std::shared_future<std::int32_t> done;
+    };
+    Arming arming() const;
+    void disarm(const Arming& ended);
 
     std::shared_ptr<ClipboardFileDataEx> mLazyFileData;  // guarded by mMutex: of the armed paste; null while idle
     std::string mSparseSuffix;                           // guarded by mMutex: eight digits

@@ -105,46 +105,40 @@ void FileClipboardLazyRenderer::NotifyFileLazyRenderingComplete(std::int32_t res
 // @return whether the host reported success; false too if nothing is armed or a newer preparation came meanwhile
 bool FileClipboardLazyRenderer::waitLazyFileRenderingComplete()
 {
-    const std::shared_ptr<ClipboardFileDataEx> data = armedData();
-    const std::shared_future<std::int32_t> done = renderingDone();
-    if (data == nullptr || !done.valid())
+    const Arming current = arming();
+    if (current.data == nullptr || !current.done.valid())
         return false;
-    const ClipfileDescription target = firstTarget(*data);
-    while (done.wait_for(kReportPause) != std::future_status::ready)
+    const ClipfileDescription target = firstTarget(*current.data);
+    while (current.done.wait_for(kReportPause) != std::future_status::ready)
         CLIP_LOG(kLogInfo, "Lazy rendering file copy not complete since laste check for %s%s%s", target.root.c_str(),
                  target.relativePath.c_str(), target.fileName.c_str());
     try {
-        const std::int32_t result = done.get();
+        const std::int32_t result = current.done.get();
         CLIP_LOG(kLogInfo, "Lazy rendering file copy done(%d) for %s%s%s", static_cast<int>(result),
                  target.root.c_str(), target.relativePath.c_str(), target.fileName.c_str());
-        disarm(data);
+        disarm(current);
         return result == 0;
     } catch (const std::future_error&) {
         return false;  // the promise went with its preparation
     }
 }
 
-std::shared_ptr<ClipboardFileDataEx> FileClipboardLazyRenderer::armedData() const
+FileClipboardLazyRenderer::Arming FileClipboardLazyRenderer::arming() const
 {
     std::lock_guard<std::recursive_mutex> lock(mMutex);
-    return mLazyFileData;
-}
-
-std::shared_future<std::int32_t> FileClipboardLazyRenderer::renderingDone() const
-{
-    std::lock_guard<std::mutex> lock(mStateMutex);
-    return mFileLazyRenderingDone;
-}
-
-// A newer preparation stays armed.
-void FileClipboardLazyRenderer::disarm(const std::shared_ptr<ClipboardFileDataEx>& data)
-{
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
-    if (mLazyFileData != data)
-        return;
-    mLazyFileData = nullptr;
-    mSparseSuffix.clear();
     std::lock_guard<std::mutex> state(mStateMutex);
+    return {mLazyFileData, mFileLazyRenderingPromise, mFileLazyRenderingDone};
+}
+
+// A newer preparation stays armed. It has another promise; its record may be the same.
+void FileClipboardLazyRenderer::disarm(const Arming& ended)
+{
+    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    std::lock_guard<std::mutex> state(mStateMutex);
+    if (mFileLazyRenderingPromise != ended.promise.lock())
+        return;
+    mLazyFileData = nullptr;  // goes with the caller's
+    mSparseSuffix.clear();
     mFileLazyRenderingPromise = nullptr;
 }
 

@@ -13,6 +13,7 @@ namespace sd::clip {
 namespace {
 
 constexpr int kSuffixDigits = 8;
+constexpr DWORD kMessagePause = 10;       // milliseconds
 constexpr std::uint32_t kMoveEffect = 2;  // DROPEFFECT_MOVE: a paste takes the placeholder away from the cache
 
 // What could not be opened, in the words of a failed first find.
@@ -32,6 +33,20 @@ std::wstring makeFullPath(const std::wstring& path)
     return full;
 }
 
+// A caller that joined OLE may own the clipboard that the holder of the lock is just emptying, which sends to it and
+// waits for its answer: what is sent is served meanwhile.
+std::unique_lock<std::recursive_mutex> lockServingMessages(std::recursive_mutex& mutex)
+{
+    std::unique_lock<std::recursive_mutex> lock(mutex, std::try_to_lock);
+    while (!lock.owns_lock()) {
+        MSG message;
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+        Sleep(kMessagePause);
+        lock.try_lock();
+    }
+    return lock;
+}
+
 bool isDotEntry(const wchar_t* name)
 {
     const std::wstring text(name);
@@ -48,7 +63,7 @@ bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<Clipboa
     }
     CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer.");
     std::shared_ptr<ClipboardFileDataEx> replaced;  // goes after the lock: its functions are the host's
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    const auto lock = lockServingMessages(mMutex);
     const std::shared_ptr<ClipboardFileData> target = data->GetTargetClipboardData();  // held for the call, no more
 
     HANDLE file = nullptr;

@@ -57,7 +57,8 @@ void walkNotifications(const unsigned char* bytes, std::size_t size,
         if (name.empty() || visit(header->action, name) == WalkStep::kAbandon)
             return;
         const std::size_t next = header->nextEntryOffset;
-        if (next != 0 && next < sizeof(RecordHeader) + header->nameLength)
+        const bool isBehindRecord = next >= sizeof(RecordHeader) + header->nameLength;
+        if (next != 0 && (!isBehindRecord || next > size - offset))
             return;
         offset += next;
         // The test looks at the record that is reached now, so the last of several is never visited.

@@ -20,7 +20,7 @@ enum class WalkStep { kGoOn, kAbandon };
 //
 // @param size bytes of the whole buffer, which is zeroed behind its records
 // Threads: any.
-void walkNotifications(const unsigned char* buffer, std::size_t size,
+void walkNotifications(const unsigned char* bytes, std::size_t size,
                        const std::function<WalkStep(std::uint32_t action, const std::u16string& name)>& visit);
 
 }  // namespace sd::clip

@@ -1,6 +1,7 @@
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -16,33 +17,81 @@ bool containsDirectory(const Text& path, const Text& directory)
     return !directory.empty() && path.find(directory) != Text::npos;
 }
 
-std::vector<std::wstring> splitPath(std::wstring_view path)
-{
-    std::vector<std::wstring> components;
-    std::size_t begin = path.find_first_not_of(kSeparators);
-    while (begin != std::wstring_view::npos) {
-        const std::size_t end = std::min(path.find_first_of(kSeparators, begin), path.size());
-        components.emplace_back(path.substr(begin, end - begin));
-        begin = path.find_first_not_of(kSeparators, end);
-    }
-    return components;
-}
+using Components = std::vector<std::wstring_view>;
 
 bool isSeparator(wchar_t unit)
 {
     return unit == L'\\' || unit == L'/';
 }
 
-bool equalsUnc(const std::wstring& text)
+Components splitPath(std::wstring_view path)
 {
-    return text.size() == 3 && (text[0] | 0x20) == L'u' && (text[1] | 0x20) == L'n' && (text[2] | 0x20) == L'c';
+    Components components;
+    std::size_t begin = path.find_first_not_of(kSeparators);
+    while (begin != std::wstring_view::npos) {
+        const std::size_t end = std::min(path.find_first_of(kSeparators, begin), path.size());
+        components.push_back(path.substr(begin, end - begin));
+        begin = path.find_first_not_of(kSeparators, end);
+    }
+    return components;
+}
+
+// What is left of them for the platform; ".." at a root stays there.
+template <class Iterator>
+Components resolveDots(Iterator begin, Iterator end)
+{
+    Components resolved;
+    for (; begin != end; ++begin) {
+        if (*begin == L".." && !resolved.empty())
+            resolved.pop_back();
+        if (*begin != L"." && *begin != L"..")
+            resolved.push_back(*begin);
+    }
+    return resolved;
+}
+
+// @param lower ASCII letters, all small
+bool equalsIgnoringCase(std::wstring_view text, std::wstring_view lower)
+{
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](wchar_t unit, wchar_t expected) {
+        return (unit >= L'A' && unit <= L'Z' ? unit - L'A' + L'a' : unit) == expected;
+    });
+}
+
+// @param components those behind the prefix of a device path: a volume, or "UNC", server and share; then its folders
+bool isDeviceRoot(const Components& components)
+{
+    constexpr std::ptrdiff_t kShareEnd = 3;
+    const auto volume = std::find_if_not(components.begin(), components.end(), [](std::wstring_view component) {
+        return equalsIgnoringCase(component, L"global");  // names the list of volumes itself
+    });
+    // Where the volume behind "GLOBALROOT" ends can't be told from the text.
+    if (volume == components.end() || equalsIgnoringCase(*volume, L"globalroot"))
+        return true;
+    return components.end() - volume <= (equalsIgnoringCase(*volume, L"unc") ? kShareEnd : 1);
+}
+
+// @param path begins with a separator
+bool isRootBehindSeparator(std::wstring_view path)
+{
+    constexpr std::ptrdiff_t kShareEnd = 2;  // server and share
+    const bool isDoubled = path.size() > 1 && isSeparator(path[1]);
+    const Components components = splitPath(path);
+    if (!components.empty()) {
+        const std::wstring_view first = components[0];
+        if (first == L"?" || first == L"??" || (isDoubled && first == L"."))
+            return isDeviceRoot(resolveDots(components.begin() + 1, components.end()));
+    }
+    const auto folders = components.begin() + (isDoubled ? std::min(kShareEnd, std::ptrdiff_t(components.size())) : 0);
+    return resolveDots(folders, components.end()).empty();
 }
 
 }  // namespace
 
 std::string makeSparseName(const ClipfileDescription& first, const std::string& suffix)
 {
-    return std::string(first.fileName.c_str()) + "." + suffix;
+    const char* const name = first.fileName.c_str();  // up to a terminator that it carries
+    return std::string(name) + "." + suffix;
 }
 
 std::wstring replaceFileName(const std::wstring& path, const std::wstring& name)
@@ -74,18 +123,15 @@ bool liesInCache(const std::string& path, const std::string& cacheDirectory)
 
 bool isEmptyOrRoot(const std::wstring& directory)
 {
-    const std::vector<std::wstring> components = splitPath(directory);
-    if (components.empty())
+    const std::wstring_view path = directory.c_str();  // as the platform reads it, which stops at a terminator
+    if (path.empty())
         return true;
-    const bool beginsAtRoot = isSeparator(directory[0]);
-    const std::wstring& first = components[0];
-    if (beginsAtRoot && (first == L"?" || first == L"." || first == L"??")) {
-        const bool isShare = components.size() > 1 && equalsUnc(components[1]);
-        return components.size() <= (isShare ? 4 : 2);
-    }
-    if (beginsAtRoot && directory.size() > 1 && isSeparator(directory[1]))
-        return components.size() <= 2;  // server and share
-    return components.size() == 1 && first.back() == L':';
+    if (isSeparator(path[0]))
+        return isRootBehindSeparator(path);
+    if (path.size() < 2 || path[1] != L':')
+        return false;
+    const Components components = splitPath(path.substr(2));
+    return resolveDots(components.begin(), components.end()).empty();
 }
 
 }  // namespace sd::clip

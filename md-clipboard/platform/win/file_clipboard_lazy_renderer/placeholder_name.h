@@ -25,7 +25,8 @@ bool liesInCache(const std::wstring& path, const std::wstring& cacheDirectory);
 bool liesInCache(const std::string& path, const std::string& cacheDirectory);
 
 // Whether cleaning may not touch the directory: it is empty, or the root of a drive or a share in any form
-// (`C:`, `C:\`, `\`, `\\?\C:\`, `\\server\share\`, `\\?\UNC\server\share`, `\\?\Volume{...}\`).
+// (`C:`, `C:\`, `\`, `C:\a\..`, `\\?\C:\`, `\\server\share\`, `\\?\UNC\server\share`, `\\?\Volume{...}\`). Where a
+// relative path leads, only the platform knows: such a path is asked about in its full form too.
 bool isEmptyOrRoot(const std::wstring& directory);
 
 }  // namespace sd::clip

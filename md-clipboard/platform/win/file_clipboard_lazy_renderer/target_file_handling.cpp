@@ -1,8 +1,6 @@
 // Tells a landing of the placeholder from every other added file.
 #include <shlobj.h>
 
-#include <utility>
-
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
@@ -32,7 +30,7 @@ bool moveWithRetries(const std::wstring& source, const std::wstring& target)
 }  // namespace
 
 // A match disarms nothing: whoever pastes the placeholder a second time is served a second time.
-bool FileClipboardLazyRenderer::handleTargetFile(std::wstring root, std::string name)
+bool FileClipboardLazyRenderer::handleTargetFile(const std::wstring& root, const std::string& name)
 {
     const std::vector<ClipfileDescription>& files = mLazyFileData->GetFiles();
     if (files.empty())

@@ -24,6 +24,8 @@ constexpr CharacterRow kCharacters[] = {
     {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
 };
 
+constexpr std::size_t kLongestCharacter = 4;
+
 bool isBetween(char byte, unsigned char low, unsigned char high)
 {
     const auto value = static_cast<unsigned char>(byte);
@@ -58,11 +60,25 @@ bool hasParentComponent(std::string_view name)
     return false;
 }
 
+// Whether the text is a character without its end, of which the platform makes one unit as a whole.
+bool isCutOff(std::string_view text)
+{
+    // Behind some first bytes only low or only high bytes may follow.
+    for (const char* const rest : {"\x80\x80\x80", "\xBF\xBF\xBF"}) {
+        if (measureCharacter(std::string(text.substr(0, kLongestCharacter)) + rest) > text.size())
+            return true;
+    }
+    return false;
+}
+
 // The platform takes any one unit before a colon for a drive, not only a letter.
 bool beginsWithDrive(std::string_view name)
 {
-    const std::size_t colon = name.find(':');
-    return colon != std::string_view::npos && CountUtf16Units(name.substr(0, colon)) == 1;
+    const std::size_t colon = name.find(':', 1);
+    if (colon == std::string_view::npos)
+        return false;
+    const std::string_view drive = name.substr(0, colon);
+    return CountUtf16Units(drive) == 1 || isCutOff(drive);
 }
 
 const char* describeName(std::string_view name, PasteRoute route)
@@ -78,11 +94,10 @@ const char* describeName(std::string_view name, PasteRoute route)
 
 std::size_t CountUtf16Units(std::string_view utf8)
 {
-    constexpr std::size_t kLengthOfPairs = 4;  // characters beyond 16 bits have four bytes, and two units
     std::size_t units = 0;
     while (!utf8.empty()) {
         const std::size_t length = measureCharacter(utf8);
-        units += length == kLengthOfPairs ? 2 : 1;
+        units += length == kLongestCharacter ? 2 : 1;  // those beyond 16 bits have two units
         utf8.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return units;
