@@ -3,7 +3,8 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
+#include <filesystem>
+#include <stdexcept>
 
 #include "example_support/utf8_arguments.h"
 
@@ -17,11 +18,37 @@ std::string findOwnFolder()
     return toUtf8(program.substr(0, program.rfind(L'\\')));
 }
 
+/// @param path full, of something that exists
+/// @return the same in the letters in which it stands on the disk, and with long names for short ones
+std::filesystem::path findSystemSpelling(const std::filesystem::path& path)
+{
+    std::wstring drive = path.root_path().wstring();
+    CharUpperBuffW(drive.data(), static_cast<DWORD>(drive.size()));
+    std::filesystem::path spelling = drive;
+    for (const std::filesystem::path& part : path.relative_path()) {
+        WIN32_FIND_DATAW found;
+        const HANDLE search = FindFirstFileW((spelling / part).c_str(), &found);
+        if (search == INVALID_HANDLE_VALUE)
+            throw std::runtime_error("cannot look at " + toUtf8(path.wstring()));
+        FindClose(search);
+        spelling /= found.cFileName;
+    }
+    return spelling;
+}
+
 }  // namespace
 
-std::string chooseCacheDirectory(std::string asked)
+std::string chooseCacheDirectory(const std::string& asked)
 {
-    std::string directory = asked.empty() ? findOwnFolder() + "\\cache" : std::move(asked);
+    std::string directory = asked.empty() ? findOwnFolder() + "\\cache" : asked;
     std::replace(directory.begin(), directory.end(), '\\', '/');
     return directory.back() == '/' ? directory : directory + '/';
+}
+
+std::string choosePlaceholderDirectory(const std::string& asked)
+{
+    const auto asWritten = std::filesystem::path(toUtf16(chooseCacheDirectory(asked) + "clip-host-placeholder"));
+    const auto directory = std::filesystem::absolute(asWritten).lexically_normal();
+    std::filesystem::create_directories(directory);
+    return chooseCacheDirectory(toUtf8(findSystemSpelling(directory).wstring()));
 }

@@ -6,6 +6,7 @@
 #include "example_support/joined_ole.h"
 #include "example_support/message_pump.h"
 #include "example_support/utf8_arguments.h"
+#include "example_support/wine_stream_fix.h"
 #include "guest_files.h"
 #include "sd/clip/clipboard_data.h"
 
@@ -44,6 +45,21 @@ std::shared_ptr<sd::clip::ClipboardFileData> makeRecord(const std::shared_ptr<Gu
     return record;
 }
 
+/// Its function stays with the library until another list takes its place, and knows nothing of the guest either.
+std::shared_ptr<sd::clip::ClipboardFileData> makeLazyRecord(const std::shared_ptr<GuestLandings>& landings,
+                                                            const GuestTransfer::FileList& files)
+{
+    auto record = sd::clip::ClipboardFileDataEx::Create();
+    record->SetFiles(files);
+    record->SetFileLazyRenderingCallback([landings](const std::shared_ptr<sd::clip::ClipboardFileDataEx>& landed) {
+        constexpr int kStarted = 0;
+        constexpr int kNotStarted = 1;
+        const auto target = landed->GetTargetClipboardData();
+        return landings->land(target->GetFiles().front().root) ? kStarted : kNotStarted;
+    });
+    return record;
+}
+
 }  // namespace
 
 Guest::Guest(const GuestOptions& options) : mOptions(options), mStop(CreateEventW(nullptr, TRUE, FALSE, nullptr))
@@ -70,21 +86,40 @@ void Guest::stop()
         mThread.join();
     for (const auto& transfer : mTransfers)
         transfer->end();
+    for (const auto& landings : mLandings)
+        landings->end();
 }
 
 void Guest::offerUntilStopped()
 {
     const JoinedOle ole;
-    do
-        offer();
-    while (!pumpMessagesUntil(mStop.get(), mOptions.again > 0 ? mOptions.again : INFINITE));
+    const WineStreamFix wineStreamFix;
+    do {
+        if (mOptions.lazy)
+            offerPlaceholder();
+        else
+            offerStreams();
+    } while (!pumpMessagesUntil(mStop.get(), mOptions.again > 0 ? mOptions.again : INFINITE));
 }
 
-void Guest::offer()
+void Guest::offerStreams()
 {
     const auto transfer = std::make_shared<GuestTransfer>(mOptions, mFiles);
     mTransfers.push_back(transfer);
-    const auto record = makeRecord(transfer, *mFiles, mOptions.veto);
-    const bool taken = sd::clip::Clipboard::Get()->SetClipboardData(sd::clip::ClipboardFormat::File, record);
+    offer(sd::clip::ClipboardFormat::File, makeRecord(transfer, *mFiles, mOptions.veto));
+}
+
+void Guest::offerPlaceholder()
+{
+    if (!mLandings.empty())
+        mLandings.back()->retire();
+    const auto landings = std::make_shared<GuestLandings>(mFiles);
+    mLandings.push_back(landings);
+    offer(sd::clip::ClipboardFormat::FileLazy, makeLazyRecord(landings, *mFiles));
+}
+
+void Guest::offer(sd::clip::ClipboardFormat route, const std::shared_ptr<sd::clip::ClipboardFileData>& record) const
+{
+    const bool taken = sd::clip::Clipboard::Get()->SetClipboardData(route, record);
     printText(taken ? "offered " + formatGuestTotals(sumUp(*mFiles)) + "\n" : "the list was not taken\n");
 }

@@ -5,12 +5,14 @@
 #include <thread>
 #include <vector>
 
+#include "guest_landings.h"
 #include "guest_options.h"
 #include "guest_transfer.h"
 #include "sd/clip/clipboard.h"
 
-/// Plays the guest: offers the files of a folder to the local applications, and delivers their bytes on request.
-/// A host does the same with what it receives from its guest; guest_transfer.cpp is the part that receives.
+/// Plays the guest: offers the files of a folder to the local applications, and delivers their bytes on request or
+/// brings them to where a placeholder landed. A host does the same with what it receives from its guest;
+/// guest_transfer.cpp and guest_landings.cpp are the parts that receive.
 class Guest {
 public:
     /// Reads the folder's list; without a folder there is no guest, and the object does nothing.
@@ -28,7 +30,9 @@ public:
 
 private:
     void offerUntilStopped();
-    void offer();
+    void offerStreams();
+    void offerPlaceholder();
+    void offer(sd::clip::ClipboardFormat route, const std::shared_ptr<sd::clip::ClipboardFileData>& record) const;
 
     const GuestOptions mOptions;
     std::shared_ptr<const GuestTransfer::FileList> mFiles;
@@ -36,4 +40,5 @@ private:
     std::thread mThread;
     // One for each offer, of the offering thread, and of stop after that has ended.
     std::vector<std::shared_ptr<GuestTransfer>> mTransfers;
+    std::vector<std::shared_ptr<GuestLandings>> mLandings;
 };

@@ -11,6 +11,7 @@ class App;
 /// What the command line says of the guest that the host plays.
 struct GuestOptions {
     std::string directory;                 // the guest's files; empty: no guest
+    bool lazy = false;                     // offers one placeholder instead of streams
     std::uint64_t rate = 0;                // bytes a second; 0: as fast as it goes
     std::uint64_t piece = 65536;           // bytes of a delivery
     unsigned delay = 0;                    // milliseconds before the first delivery

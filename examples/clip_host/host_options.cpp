@@ -11,7 +11,9 @@ bool readHostOptions(HostOptions& options, int& exitCode)
     app.add_flag("--no-files", options.noFiles, "The guest takes no files");
     app.add_flag("--full-post-process", options.fullPostProcess, "Copied directories stay single entries");
     app.add_flag("--all", options.allRows, "Show all rows of long lists");
-    app.add_option("--cache", options.cacheDirectory, "Cache directory for what a guest sends");
+    app.add_option(
+        "--cache", options.cacheDirectory,
+        "Cache directory for what a guest sends; with --lazy, a folder of this program's in it, which is emptied");
     app.add_option("--lists", options.lists, "Leave after that many lists that are not empty");
     app.add_option("--reports", options.reports, "Leave after that many reports of formats");
     app.add_option("--seconds", options.seconds,

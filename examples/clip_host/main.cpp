@@ -47,8 +47,8 @@ int runHost(const HostOptions& options)
     clipboard->SetFileClipboardSupported(!options.noFiles);
     const bool hasGuest = !options.guest.directory.empty();
     if (hasGuest || !options.cacheDirectory.empty()) {
-        const bool ready = clipboard->InitFileLazyRenderer(chooseCacheDirectory(options.cacheDirectory));
-        if (!ready && !hasGuest)  // this guest's lists need the directory only
+        const auto choose = options.guest.lazy ? choosePlaceholderDirectory : chooseCacheDirectory;
+        if (!clipboard->InitFileLazyRenderer(choose(options.cacheDirectory)))
             printError("Pastes by placeholder are not available.\n");
     }
     clipboard->SetSupportFileClipboardFullPostProcessMode(options.fullPostProcess);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <stdexcept>
 
+#include "destination.h"
 #include "example_support/console.h"
 #include "example_support/utf8_arguments.h"
 #include "progress.h"
@@ -12,22 +13,6 @@
 namespace {
 
 std::atomic<bool> gStopAsked{false};
-
-/// @return the folder in the form that takes paths of any length and in which no name means another one
-std::wstring findDestination(const std::string& given)
-{
-    const std::wstring path = toUtf16(given);
-    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    std::wstring full(size, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-    while (!full.empty() && full.back() == L'\\')
-        full.pop_back();
-    if (full.empty())
-        throw std::runtime_error("there is no folder " + given);
-    if (full.compare(0, 4, L"\\\\?\\") == 0)
-        return full;
-    return full.compare(0, 2, L"\\\\") == 0 ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
-}
 
 /// @return where each entry of the list goes
 std::vector<std::wstring> findPlaces(const std::vector<OfferedFile>& files, const std::wstring& destination)
@@ -82,11 +67,7 @@ public:
 
     std::string describe(PasteResult result) const
     {
-        const std::string files = std::to_string(mFiles) + " files";
-        const std::string bytes = std::to_string(mBytes) + " bytes";
-        if (result == PasteResult::Written)
-            return "wrote " + files + ", " + bytes;
-        return (result == PasteResult::Stopped ? "stopped after " : "failed after ") + bytes + ": wrote " + files;
+        return describePaste(result, mFiles, mBytes);
     }
 
 private:
@@ -115,7 +96,7 @@ private:
 
     bool isStopped() const
     {
-        return gStopAsked || (mOptions.stopAt && mBytes >= *mOptions.stopAt);
+        return isStopAsked() || (mOptions.stopAt && mBytes >= *mOptions.stopAt);
     }
 
     void pauseOnce()
@@ -159,6 +140,20 @@ PasteResult writeAll(Paste& paste, const std::vector<OfferedFile>& files, const 
 bool askToStop()
 {
     return !gStopAsked.exchange(true);
+}
+
+bool isStopAsked()
+{
+    return gStopAsked;
+}
+
+std::string describePaste(PasteResult result, std::size_t fileCount, std::uint64_t byteCount)
+{
+    const std::string files = std::to_string(fileCount) + " files";
+    const std::string bytes = std::to_string(byteCount) + " bytes";
+    if (result == PasteResult::Written)
+        return "wrote " + files + ", " + bytes;
+    return (result == PasteResult::Stopped ? "stopped after " : "failed after ") + bytes + ": wrote " + files;
 }
 
 PasteResult pasteFiles(const OfferedFiles& offered, const PasteOptions& options)

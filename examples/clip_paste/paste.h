@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,3 +23,7 @@ PasteResult pasteFiles(const OfferedFiles& offered, const PasteOptions& options)
 /// Makes a running paste stop after its present read; may be called on any thread.
 /// @return false if it was asked to before
 bool askToStop();
+bool isStopAsked();
+
+/// @return "wrote 3 files, 4096 bytes", or how far it came
+std::string describePaste(PasteResult result, std::size_t fileCount, std::uint64_t byteCount);

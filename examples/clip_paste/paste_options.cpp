@@ -11,6 +11,7 @@ bool readPasteOptions(PasteOptions& options, int& exitCode)
     app.footer("Exit code: 0 all is written, 1 failure, 2 stopped before the end.");
     auto* destination = app.add_option("DEST", options.destination, "Folder to paste into; made if it is not there");
     auto* list = app.add_flag("--list", options.list, "Only show names and sizes");
+    app.add_flag("--rename", options.rename, "Move cut files by rename, not by copy and removal");
     app.add_option("--chunk", options.chunk, "Read that many bytes at once")
         ->check(CLI::Range(std::uint32_t{1}, kLargestChunk))
         ->capture_default_str();

@@ -8,6 +8,7 @@
 struct PasteOptions {
     std::string destination;
     bool list = false;                     // show the list only
+    bool rename = false;                   // move cut files by rename
     std::uint32_t chunk = 65536;           // bytes of a read
     std::optional<std::uint64_t> stopAt;   // leave after that many bytes
     std::optional<std::uint64_t> pauseAt;  // pause once after that many bytes

@@ -14,7 +14,8 @@ std::runtime_error lastErrorOf(const char* what, const std::wstring& path)
 
 bool isFolder(const std::wstring& path)
 {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
+    const bool isDrive = !path.empty() && path.back() == L':';  // without a separator that is a device
+    const DWORD attributes = GetFileAttributesW((isDrive ? path + L'\\' : path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 

@@ -1,12 +1,8 @@
 #include "example_support/wine_window_fix.h"
 
-namespace {
+#include "example_support/runs_under_wine.h"
 
-bool runsUnderWine()
-{
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-}
+namespace {
 
 // Not taken from this program's own import, which may be the one that is replaced.
 template <class Fn>
