@@ -2,6 +2,7 @@
 #
 #   main   what everything runs in
 #   heap   a copy in which Wine checks its heaps; it prints "err:heap:" where it finds damage
+#   waits  a copy for tests that wait long, beside the others: each prefix has a clipboard of its own
 wine=/usr/lib/wine/wine64
 # Debian's wrapper would end the server with each program, which costs half a second every time.
 wineserver=/usr/lib/wine/wineserver64

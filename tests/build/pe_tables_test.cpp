@@ -187,7 +187,7 @@ TEST(ExportTable, HoldsTheOperationsOfThePublicClassesAndNothingElse)
 
 TEST(BuiltFiles, NameNoFolderOfTheMachineThatBuiltThem)
 {
-    for (const char* name : {"md-clipboard.dll", "log.dll", "clip-host.exe", "clip-copy.exe"}) {
+    for (const char* name : {"md-clipboard.dll", "log.dll", "clip-copy.exe", "clip-host.exe", "clip-paste.exe"}) {
         SCOPED_TRACE(name);
         EXPECT_FALSE(builtFile(name).contains(SOURCE_FOLDER));
         EXPECT_FALSE(builtFile(name).contains(BINARY_FOLDER));

@@ -34,10 +34,12 @@ std::wstring quote(const std::wstring& argument)
     return quoted + L"\"";
 }
 
+// Standard output and standard error share the handle, and with it the place where the next text goes. Appending would
+// not do: under Wine, two threads that append at once write over each other.
 HANDLE createOutputFile(const std::wstring& path)
 {
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    return CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                        &inheritable, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 

@@ -1,6 +1,7 @@
 #include "support/pumping_thread.h"
 
 #include <future>
+#include <utility>
 
 namespace {
 
@@ -18,7 +19,9 @@ void pump()
         if (message.hwnd == nullptr && message.message == kRunFunction) {
             auto* request = reinterpret_cast<Request*>(message.lParam);
             (*request->function)();
-            request->done.set_value();
+            // Its own by now: the request goes as soon as the caller sees the result, with set_value still at work.
+            std::promise<void> done = std::move(request->done);
+            done.set_value();
         } else {
             DispatchMessageW(&message);
         }
