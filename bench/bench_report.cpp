@@ -12,7 +12,9 @@ namespace {
 
 bool meetsGoal(const BenchResult& result)
 {
-    return result.better == "lower" ? result.value <= result.goal : result.value >= result.goal;
+    if (!result.goal)
+        return true;
+    return result.better == "lower" ? result.value <= *result.goal : result.value >= *result.goal;
 }
 
 }  // namespace
@@ -26,8 +28,11 @@ void BenchReport::print() const
 {
     std::printf("%-24s %12s %12s  %-8s %s\n", "name", "value", "goal", "unit", "");
     for (const BenchResult& result : mResults) {
-        std::printf("%-24s %12.3f %12.3f  %-8s %s\n", result.name.c_str(), result.value, result.goal,
-                    result.unit.c_str(), meetsGoal(result) ? "" : "MISSED");
+        char goal[32] = "-";
+        if (result.goal)
+            std::snprintf(goal, sizeof goal, "%.3f", *result.goal);
+        std::printf("%-24s %12.3f %12s  %-8s %s\n", result.name.c_str(), result.value, goal, result.unit.c_str(),
+                    meetsGoal(result) ? "" : "MISSED");
     }
 }
 
@@ -39,12 +44,28 @@ void BenchReport::writeJsonLines(const std::wstring& path) const
         line["name"] = result.name;
         line["value"] = result.value;
         line["unit"] = result.unit;
-        line["goal"] = result.goal;
+        line["goal"] = result.goal ? nlohmann::ordered_json(*result.goal) : nullptr;
         line["better"] = result.better;
         file << line.dump() << '\n';
     }
     if (!file.flush())
         throw std::runtime_error("the JSON file can't be written");
+}
+
+BenchResult readJsonLine(const std::wstring& path)
+{
+    std::ifstream file{std::filesystem::path(path), std::ios::binary};
+    const auto line = nlohmann::json::parse(file, nullptr, false);  // no exceptions
+    if (line.is_discarded())
+        throw std::runtime_error("a result can't be read");
+    BenchResult result;
+    result.name = line.at("name");
+    result.value = line.at("value");
+    result.unit = line.at("unit");
+    if (!line.at("goal").is_null())
+        result.goal = line.at("goal").get<double>();
+    result.better = line.at("better");
+    return result;
 }
 
 double median(std::vector<double> values)

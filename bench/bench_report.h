@@ -1,6 +1,7 @@
 // What the benchmark measured: a table for people, lines of JSON for programs.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,8 +9,8 @@ struct BenchResult {
     std::string name;
     double value;
     std::string unit;
-    double goal;         // value should not pass it
-    std::string better;  // "lower" or "higher"
+    std::optional<double> goal;  // value should not pass it; without one it is reported only
+    std::string better;          // "lower" or "higher"
 };
 
 class BenchReport {
@@ -25,6 +26,9 @@ public:
 private:
     std::vector<BenchResult> mResults;
 };
+
+// Takes the one result of a file of such lines. Throws std::runtime_error if there is none.
+BenchResult readJsonLine(const std::wstring& path);
 
 // Of an odd count the middle one, of an even count the mean of the two in the middle.
 double median(std::vector<double> values);

@@ -5,11 +5,11 @@
 #include <atomic>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "example_support/wine_window_fix.h"
 #include "sd/clip/clipboard.h"
+#include "second_process.h"
 
 using namespace sd::clip;
 
@@ -23,25 +23,11 @@ constexpr wchar_t kTimeName[] = L"bench-time";
 std::atomic<LONGLONG> gBareTime{0};
 std::atomic<LONGLONG> gReportTime{0};
 
-LONGLONG now()
-{
-    LARGE_INTEGER count;
-    QueryPerformanceCounter(&count);
-    return count.QuadPart;
-}
-
-double toMilliseconds(LONGLONG count)
-{
-    LARGE_INTEGER frequency;
-    QueryPerformanceFrequency(&frequency);
-    return static_cast<double>(count) * 1000 / static_cast<double>(frequency.QuadPart);
-}
-
 class TimingListener : public ClipboardListener {
 public:
     void OnClipboardFormats(const std::vector<ClipboardFormat>&) override
     {
-        gReportTime = now();
+        gReportTime = sharedNow();
     }
     void OnClipboardEvent(std::string, std::string, std::string, std::int64_t, std::string, std::string, std::string,
                           std::string) override
@@ -52,7 +38,7 @@ public:
 LRESULT CALLBACK bareProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_CLIPBOARDUPDATE)
-        gBareTime = now();
+        gBareTime = sharedNow();
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
@@ -79,39 +65,19 @@ void pumpFor(DWORD milliseconds, bool untilBothSeen)
     }
 }
 
-// A page that both processes see: when the last change was complete.
-volatile LONGLONG* mapTime(HANDLE mapping)
-{
-    return static_cast<volatile LONGLONG*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, sizeof(LONGLONG)));
-}
-
-HANDLE startChanger()
-{
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    std::wstring command = L"\"" + path + L"\" --changer";
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-        throw std::runtime_error("the changer can't be started");
-    CloseHandle(process.hThread);
-    return process.hProcess;
-}
-
 }  // namespace
 
 int runClipboardChanger()
 {
     const HANDLE go = OpenEventW(SYNCHRONIZE, FALSE, kGoName);
-    volatile LONGLONG* const time = mapTime(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, kTimeName));
+    volatile LONGLONG* const time = mapSharedNumbers(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, kTimeName));
     const HWND window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     while (WaitForSingleObject(go, 10000) == WAIT_OBJECT_0) {
         while (!OpenClipboard(window))
             Sleep(1);
         EmptyClipboard();
         SetClipboardData(CF_UNICODETEXT, GlobalAlloc(GHND, 16));
-        *time = now();
+        *time = sharedNow();
         CloseClipboard();
     }
     return 0;
@@ -130,8 +96,8 @@ BenchResult measureDetectExtra()
     const HANDLE go = CreateEventW(nullptr, FALSE, FALSE, kGoName);
     const HANDLE mapping =
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(LONGLONG), kTimeName);
-    volatile LONGLONG* const changed = mapTime(mapping);
-    const HANDLE changer = startChanger();
+    volatile LONGLONG* const changed = mapSharedNumbers(mapping);
+    const HANDLE changer = startSecondProcess(L"--changer");
 
     std::vector<double> bare;
     std::vector<double> reported;
@@ -145,8 +111,8 @@ BenchResult measureDetectExtra()
             continue;  // the first ones start everything up
         if (gBareTime == 0 || gReportTime == 0)
             throw std::runtime_error("a change was not reported");
-        bare.push_back(toMilliseconds(gBareTime - *changed));
-        reported.push_back(toMilliseconds(gReportTime - *changed));
+        bare.push_back(toSharedMilliseconds(gBareTime - *changed));
+        reported.push_back(toSharedMilliseconds(gReportTime - *changed));
     }
     TerminateProcess(changer, 0);
     CloseHandle(changer);

@@ -1,0 +1,59 @@
+#include "sink_bench.h"
+
+#include <cstddef>
+#include <vector>
+
+#include "bench_folder.h"
+#include "bench_transfer.h"
+#include "stopwatch.h"
+
+namespace {
+
+constexpr std::size_t kSlices = 1024;
+constexpr std::size_t kSliceSize = 1048576;
+constexpr int kRounds = 5;
+
+// The two sides take turns, file for file, so that other work on the machine slows them alike. Both make new files, in
+// folders of their own.
+double measureRound(const std::wstring& work, std::vector<unsigned char>& bytes, std::size_t piece)
+{
+    const BenchFolder bareFolder(work);
+    const BenchFolder folder(work);
+    const BenchTransfer names(makeGuestFiles(1, kSlices * kSliceSize), bareFolder.cacheDirectory());
+    BenchTransfer transfer(makeGuestFiles(1, kSlices * kSliceSize), folder.cacheDirectory());
+    transfer.request();
+    double bare = 0;
+    double sink = 0;
+    for (std::size_t slice = 0; slice < kSlices; ++slice) {
+        const std::wstring path = names.slicePath(0, static_cast<std::int32_t>(slice));
+        bare += timeOf([&] { writeBareFile(path, bytes, piece); });
+        sink += timeOf([&] {
+            for (std::size_t begin = 0; begin < kSliceSize; begin += piece)
+                transfer.deliver(0, bytes.data() + begin, piece);
+        });
+    }
+    transfer.checkFinished();
+    return bare / sink;
+}
+
+double measureRatio(const std::wstring& work, std::size_t piece)
+{
+    std::vector<unsigned char> bytes(kSliceSize, 0x5A);
+    std::vector<double> ratios;
+    ratios.reserve(kRounds);
+    for (int round = 0; round < kRounds; ++round)
+        ratios.push_back(measureRound(work, bytes, piece));
+    return median(ratios);
+}
+
+}  // namespace
+
+BenchResult measureSink64k(const std::wstring& work)
+{
+    return {"sink_64k_vs_raw", measureRatio(work, 65536), "ratio", 0.85, "higher"};
+}
+
+BenchResult measureSink4k(const std::wstring& work)
+{
+    return {"sink_4k_vs_raw", measureRatio(work, 4096), "ratio", 0.5, "higher"};
+}
