@@ -49,6 +49,8 @@ inline std::vector<GuestNameCase> makeHostileGuestNames()
         {"", "..\\\\server\\a", kParent},
         {"", "a\\..\\.", kParent},
         {"", "a\\.. \\..", kParent},
+        {"", ".. ", kParent},
+        {"a", "..   ", kParent},
         {"", "\xFF\\..", kParent},
         {"", "\xD0\xB6/../..", kParent},
         {"", "\xC0\xAF..\\..", kParent},

@@ -49,8 +49,10 @@ std::size_t measureCharacter(std::string_view text)
     return 0;
 }
 
+// Spaces behind the last component are no part of it for the platform.
 bool hasParentComponent(std::string_view name)
 {
+    name = name.substr(0, name.find_last_not_of(' ') + 1);
     for (std::size_t begin = 0; begin <= name.size();) {
         const std::size_t end = std::min(name.find_first_of(kSeparators, begin), name.size());
         if (name.substr(begin, end - begin) == "..")
