@@ -44,6 +44,8 @@ HRESULT setWhenClosed(IDataObject* data)
 {
     HRESULT set = OleSetClipboard(data);
     for (DWORD waited = 0; set == CLIPBRD_E_CANT_OPEN && waited < kMostWaitForClipboard; waited += kClipboardPause) {
+        MSG message;  // who has it open may be emptying it, and waits until the list of before has been told
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
         Sleep(kClipboardPause);
         set = OleSetClipboard(data);
     }
