@@ -22,6 +22,7 @@
 #include "second_process.h"
 #include "sink_bench.h"
 #include "small_files_bench.h"
+#include "watch_bench.h"
 
 // Nothing is measured but the library: its log goes nowhere.
 extern "C" void lumoraLogPrint(int /*module*/, int /*level*/, const char* /*tag*/, const char* /*format*/, ...) {}
@@ -61,6 +62,10 @@ std::vector<Benchmark> listBenchmarks(const std::wstring& tree, const std::wstri
         {"peak_mib_8gib", [=] { return measurePeak(work); }},
         {"bytes_per_listed_file", measureBytesPerListedFile},
         {"bytes_per_delivered_file", [=] { return measureBytesPerDeliveredFile(work); }},
+        {"watch_unarmed_us", measureWatchUnarmed},
+        {"watch_armed_us", measureWatchArmed},
+        {"landing_extra_ms", [=] { return measureLandingExtra(work); }},
+        {"idle_cpu_ms", [=] { return measureIdleCpu(work); }},
     };
 }
 
