@@ -164,7 +164,10 @@ void startWatching(const std::wstring& work)
 
 double processorMilliseconds()
 {
-    FILETIME created, ended, kernel, user;
+    FILETIME created;
+    FILETIME ended;
+    FILETIME kernel;
+    FILETIME user;
     GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user);
     const auto ticks = [](const FILETIME& time) { return (ULONGLONG{time.dwHighDateTime} << 32) | time.dwLowDateTime; };
     return static_cast<double>(ticks(kernel) + ticks(user)) / 1e4;

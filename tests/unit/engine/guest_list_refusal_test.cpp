@@ -29,7 +29,7 @@ protected:
     // The second entry of an otherwise honest list.
     static std::shared_ptr<ClipboardFileDataExImpl> listWith(const std::string& fileName, std::uint64_t size)
     {
-        const auto record = std::make_shared<ClipboardFileDataExImpl>();
+        auto record = std::make_shared<ClipboardFileDataExImpl>();
         std::vector<ClipfileDescription> files(2);
         files[0].fileName = "honest.txt";
         files[1].fileName = fileName;

@@ -1,6 +1,7 @@
 #include "file_utilities/guest_list_check.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "file_utilities/file_names.h"
 
@@ -66,11 +67,10 @@ bool hasParentComponent(std::string_view name)
 bool isCutOff(std::string_view text)
 {
     // Behind some first bytes only low or only high bytes may follow.
-    for (const char* const rest : {"\x80\x80\x80", "\xBF\xBF\xBF"}) {
-        if (measureCharacter(std::string(text.substr(0, kLongestCharacter)) + rest) > text.size())
-            return true;
-    }
-    return false;
+    constexpr const char* kRests[] = {"\x80\x80\x80", "\xBF\xBF\xBF"};
+    const std::string begun(text.substr(0, kLongestCharacter));
+    return std::any_of(std::begin(kRests), std::end(kRests),
+                       [&](const char* rest) { return measureCharacter(begun + rest) > text.size(); });
 }
 
 // The platform takes any one unit before a colon for a drive, not only a letter.
