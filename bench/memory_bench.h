@@ -5,7 +5,7 @@
 
 #include "bench_report.h"
 
-// The most private bytes that 8 GiB through one list take of the process beyond what it had before. `work` is a folder
+// The most private bytes that 8 GiB through one list take of a process that had a list before. `work` is a folder
 // for the files, which never holds more than a few.
 BenchResult measurePeak(const std::wstring& work);
 
