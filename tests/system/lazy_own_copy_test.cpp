@@ -130,13 +130,3 @@ TEST_F(LazyOwnCopy, ASecondNotificationForOneListThrows)
     EXPECT_NO_THROW(mHost.clipboard().NotifyFileLazyRenderingComplete(7));
     EXPECT_EQ(RecordingLog::count(5, "Notify file lazy rendering copy done(7)"), 1);
 }
-
-TEST_F(LazyOwnCopy, AHundredPublicationsInARowReportNothing)
-{
-    for (int i = 0; i < 100; ++i)
-        EXPECT_TRUE(offerLazily(std::make_shared<LazyList>(), {"list " + std::to_string(i)}));
-    arm();
-    EXPECT_TRUE(mHost.listener().reports().empty());
-    EXPECT_TRUE(mHost.listener().events().empty());
-    expectFileIsReported(mFolder.addFile(L"after.txt", "1"));
-}
