@@ -22,6 +22,7 @@ bool ClipboardImpl::Open()
     DWORD error = 0;
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
         if (OpenClipboard(nullptr)) {
+            mClipboardOpener = GetCurrentThreadId();
             mClipboardOpened = true;
             CLIP_LOG(kLogInfo, "Open clipboard from %p， attempts = %d", self, attempt);
             return true;
@@ -34,11 +35,17 @@ bool ClipboardImpl::Open()
     return false;
 }
 
+// The note that it is open is the engine's, but only the thread that opened it can close it: that thread does so even
+// if another's Close has cleared the note.
 bool ClipboardImpl::Close()
 {
     void* const self = this;
+    DWORD opener = GetCurrentThreadId();
+    const bool isOpener = mClipboardOpener.compare_exchange_strong(opener, 0);
     if (!mClipboardOpened) {
         CLIP_LOG(kLogInfo, "Close clipboard from %p is already done", self);
+        if (isOpener)
+            CloseClipboard();
         return true;
     }
     CLIP_LOG(kLogInfo, "Close clipboard from %p", self);

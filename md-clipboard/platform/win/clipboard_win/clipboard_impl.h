@@ -130,6 +130,7 @@ private:
     std::weak_ptr<FileRequest> mInstalledRequest;  // guarded by mStateMutex: whose object went on the clipboard last
     HWND mInstalledOwner = nullptr;                // guarded by mStateMutex: the clipboard's owner right after
     std::chrono::seconds mLongestInstall{3600};    // constant
+    std::atomic<DWORD> mClipboardOpener{0};        // the thread that Open opened the clipboard on; 0 if there is none
 };
 
 }  // namespace sd::clip
