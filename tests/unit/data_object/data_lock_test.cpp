@@ -5,7 +5,49 @@
 #include <string>
 #include <thread>
 
+using sd::clip::DataLock;
 using sd::clip::DataLockScope;
+
+TEST(DataLock, BelongsToOneThreadUntilItsLastUnlock)
+{
+    DataLock mutex;
+    const auto isFree = [&mutex] {
+        bool taken = false;
+        std::thread([&] {
+            taken = mutex.try_lock();
+            if (taken)
+                mutex.unlock();
+        }).join();
+        return taken;
+    };
+    mutex.lock();
+    EXPECT_TRUE(mutex.try_lock());
+    mutex.lock();
+    EXPECT_FALSE(isFree());
+    mutex.unlock();
+    mutex.unlock();
+    EXPECT_FALSE(isFree());
+    mutex.unlock();
+    EXPECT_TRUE(isFree());
+}
+
+TEST(DataLock, LetsOneThreadInAtATime)
+{
+    constexpr int kRounds = 20000;
+    DataLock mutex;
+    int count = 0;
+    const auto add = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            const DataLockScope outer(mutex);
+            const DataLockScope inner(mutex);
+            ++count;
+        }
+    };
+    std::thread other(add);
+    add();
+    other.join();
+    EXPECT_EQ(count, 2 * kRounds);
+}
 
 TEST(DataLockScope, AFunctionRunsAtOnceWithoutTheLock)
 {
@@ -17,7 +59,7 @@ TEST(DataLockScope, AFunctionRunsAtOnceWithoutTheLock)
 
 TEST(DataLockScope, AFunctionWaitsForTheReleaseAndRunsOnTheSameThread)
 {
-    std::recursive_mutex mutex;
+    DataLock mutex;
     std::string order;
     {
         const DataLockScope lock(mutex);
@@ -35,7 +77,7 @@ TEST(DataLockScope, AFunctionWaitsForTheReleaseAndRunsOnTheSameThread)
 
 TEST(DataLockScope, AThreadMayTakeTheLockAgainAndOnlyTheLastReleaseCounts)
 {
-    std::recursive_mutex mutex;
+    DataLock mutex;
     bool ran = false;
     {
         const DataLockScope outer(mutex);
@@ -50,7 +92,7 @@ TEST(DataLockScope, AThreadMayTakeTheLockAgainAndOnlyTheLastReleaseCounts)
 
 TEST(DataLockScope, AFunctionMayTakeTheLockAndAskForMore)
 {
-    std::recursive_mutex mutex;
+    DataLock mutex;
     std::string order;
     {
         const DataLockScope lock(mutex);

@@ -33,7 +33,41 @@ void runWaiting(ThreadState& state)
 
 }  // namespace
 
-DataLockScope::DataLockScope(std::recursive_mutex& mutex) : mMutex(mutex)
+void DataLock::lock()
+{
+    if (!isMine()) {
+        mMutex.lock();
+        mOwner = std::this_thread::get_id();
+    }
+    ++mDepth;
+}
+
+bool DataLock::try_lock()
+{
+    if (!isMine()) {
+        if (!mMutex.try_lock())
+            return false;
+        mOwner = std::this_thread::get_id();
+    }
+    ++mDepth;
+    return true;
+}
+
+void DataLock::unlock()
+{
+    if (--mDepth > 0)
+        return;
+    mOwner = std::thread::id();
+    mMutex.unlock();
+}
+
+// No other thread writes this one's id.
+bool DataLock::isMine() const
+{
+    return mOwner == std::this_thread::get_id();
+}
+
+DataLockScope::DataLockScope(DataLock& mutex) : mMutex(mutex)
 {
     mMutex.lock();
     ++threadState().depth;

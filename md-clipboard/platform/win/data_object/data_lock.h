@@ -1,10 +1,32 @@
 // The lock of one data object's request and deliveries, and what has to wait for its release.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
+#include <thread>
 
 namespace sd::clip {
+
+// A mutex that a thread may take again. Not the standard's: with MinGW-w64 that one never frees the memory and the
+// event that it is made of, and there is one for each list that the guest copies.
+class DataLock {
+public:
+    DataLock() = default;
+    DataLock(const DataLock&) = delete;
+    DataLock& operator=(const DataLock&) = delete;
+
+    void lock();
+    bool try_lock();
+    void unlock();
+
+private:
+    bool isMine() const;
+
+    std::mutex mMutex;
+    std::atomic<std::thread::id> mOwner{};  // who holds mMutex
+    int mDepth = 0;                         // guarded by mMutex: how often its owner has taken it
+};
 
 // A scope in which this thread holds a data lock. The lock is held across the host's paste and request functions and
 // events, so a thread may take it again: a host that delivers from inside its request function, or whose veto shows a
@@ -15,7 +37,7 @@ namespace sd::clip {
 // failure waits for. All of them are put off to the release.
 class DataLockScope {
 public:
-    explicit DataLockScope(std::recursive_mutex& mutex);
+    explicit DataLockScope(DataLock& mutex);
     ~DataLockScope();
     DataLockScope(const DataLockScope&) = delete;
     DataLockScope& operator=(const DataLockScope&) = delete;
@@ -27,7 +49,7 @@ public:
     static bool isHeldByThisThread();
 
 private:
-    std::recursive_mutex& mMutex;
+    DataLock& mMutex;
 };
 
 }  // namespace sd::clip

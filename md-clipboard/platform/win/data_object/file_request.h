@@ -15,6 +15,7 @@
 #include <mutex>
 #include <string>
 
+#include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
 #include "data_object/transfer_files.h"
 #include "sd/clip/clipboard_data.h"
@@ -92,7 +93,7 @@ private:
     Microsoft::WRL::ComPtr<FileStream> mFileStream;                                   // guarded by mStateLock
     std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};  // written under mStateLock
     TransferFiles mTransferFiles;                                                     // safe by itself
-    std::recursive_mutex mDataLock;  // held for a request, the host's functions included, and for a delivery
+    DataLock mDataLock;  // held for a request, the host's functions included, and for a delivery
 
     mutable std::mutex mStateLock;
     bool mCancelling = false;            // guarded by mStateLock: deliveries are dropped already
