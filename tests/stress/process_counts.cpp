@@ -1,0 +1,100 @@
+#include "process_counts.h"
+
+#include <tlhelp32.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+std::atomic<std::ptrdiff_t> gLive{0};
+
+// The runtime's own functions: this program's imports may be the ones that are replaced.
+template <class Fn>
+Fn findInRuntime(const char* name)
+{
+    return reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), name)));
+}
+
+struct Runtime {
+    decltype(&std::malloc) allocate = findInRuntime<decltype(&std::malloc)>("malloc");
+    decltype(&std::calloc) allocateZeroed = findInRuntime<decltype(&std::calloc)>("calloc");
+    decltype(&std::realloc) resize = findInRuntime<decltype(&std::realloc)>("realloc");
+    decltype(&std::free) release = findInRuntime<decltype(&std::free)>("free");
+};
+
+Runtime gRuntime;  // filled before any import is replaced
+
+void* countAllocate(std::size_t size)
+{
+    void* const block = gRuntime.allocate(size);
+    gLive += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* countAllocateZeroed(std::size_t count, std::size_t size)
+{
+    void* const block = gRuntime.allocateZeroed(count, size);
+    gLive += block != nullptr ? 1 : 0;
+    return block;
+}
+
+void* countResize(void* block, std::size_t size)
+{
+    void* const resized = gRuntime.resize(block, size);
+    gLive += (block == nullptr && resized != nullptr ? 1 : 0) - (block != nullptr && size == 0 ? 1 : 0);
+    return resized;
+}
+
+void countRelease(void* block)
+{
+    gLive -= block != nullptr ? 1 : 0;
+    gRuntime.release(block);
+}
+
+}  // namespace
+
+// Asks for every number that a handle can have: Wine's GetProcessHandleCount answers 0.
+std::size_t countHandles()
+{
+    constexpr std::uintptr_t kMost = 0x10000;
+    constexpr std::uintptr_t kStep = 4;
+    std::size_t count = 0;
+    for (std::uintptr_t number = kStep; number < kMost; number += kStep) {
+        DWORD flags = 0;
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) ? 1 : 0;
+    }
+    return count;
+}
+
+std::size_t countThreads()
+{
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    std::size_t count = 0;
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    for (BOOL found = Thread32First(snapshot, &entry); found; found = Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    CloseHandle(snapshot);
+    return count;
+}
+
+LiveBlocks::Hooks::Hooks(HMODULE module)
+    : allocate(module, "malloc", reinterpret_cast<void*>(&countAllocate)),
+      allocateZeroed(module, "calloc", reinterpret_cast<void*>(&countAllocateZeroed)),
+      resize(module, "realloc", reinterpret_cast<void*>(&countResize)),
+      release(module, "free", reinterpret_cast<void*>(&countRelease))
+{
+}
+
+LiveBlocks::LiveBlocks(HMODULE module)
+    : mProgram(nullptr), mModule(module != nullptr ? std::make_unique<Hooks>(module) : nullptr)
+{
+    gLive = 0;
+}
+
+std::ptrdiff_t LiveBlocks::count()
+{
+    return gLive;
+}
