@@ -3,6 +3,7 @@
 
 #include <future>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -61,6 +62,10 @@ public:
     static FileClipboardLazyRenderer& renderer(ClipboardImpl& engine)
     {
         return engine.mFileLazyRenderer;
+    }
+    static std::string placeholderDirectory(const ClipboardImpl& engine)
+    {
+        return engine.mFileLazyRenderer.cacheDirectory();
     }
     static ClipboardFormat formatFromPlatform(ClipboardImpl& engine, UINT platformFormat)
     {
