@@ -103,8 +103,13 @@ std::shared_ptr<GuestList> PasteTest::makeList(std::vector<GuestFile> files, Del
 
 bool PasteTest::offer(const std::shared_ptr<GuestList>& list)
 {
+    return offer(list->makeRecord());
+}
+
+bool PasteTest::offer(const std::shared_ptr<ClipboardFileDataImpl>& record)
+{
     bool taken = false;
-    callingThread().run([&] { taken = mHost.clipboard().SetClipboardData(ClipboardFormat::File, list->makeRecord()); });
+    callingThread().run([&] { taken = mHost.clipboard().SetClipboardData(ClipboardFormat::File, record); });
     return taken;
 }
 

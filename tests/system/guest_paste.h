@@ -39,6 +39,7 @@ protected:
     // Offers it as a host does: on a thread that joined OLE and has been the first to do so. @return whether it was
     // taken
     bool offer(const std::shared_ptr<GuestList>& list);
+    bool offer(const std::shared_ptr<sd::clip::ClipboardFileDataImpl>& record);
     std::shared_ptr<GuestList> offerNew(std::vector<GuestFile> files, Delivery delivery = {});
 
     // Starts clip-paste, into a folder of this test.
