@@ -34,8 +34,8 @@ make_main_prefix() {
   use_prefix main
   say "Preparing a Wine prefix in ${WINEPREFIX#"$repository"/}" >&2
   rm -rf "$WINEPREFIX"
-  mkdir -p "$WINEPREFIX"
-  cat >"$WINEPREFIX/settings.reg" <<'REG'
+  mkdir -p "$WINEPREFIX/drive_c"
+  cat >"$WINEPREFIX/drive_c/settings.reg" <<'REG'
 REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\Drivers]
@@ -61,7 +61,7 @@ REG
 run_once() {
   local status=0
   {
-    cd "$WINEPREFIX" && "$wine" "$@" || status=$?
+    cd "$WINEPREFIX/drive_c" && "$wine" "$@" || status=$?
     "$wineserver" -k || true
     "$wineserver" -w || true
   } >"$WINEPREFIX/prepare.log" 2>&1 9>&-
@@ -78,9 +78,10 @@ clone_main_prefix() {
   rm -f "$WINEPREFIX/.ready" "$WINEPREFIX/.server-lock" "$WINEPREFIX/wineserver"
   cp --remove-destination "$build_dir"/wine/main/*.reg "$WINEPREFIX/"
   if [[ $1 == heap ]]; then
-    printf 'REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager]\n"GlobalFlag"=dword:000000f0\n' \
-      >"$WINEPREFIX/heap.reg"
-    run_once regedit heap.reg || return 1
+    # Blocks are filled when they are freed and looked at when they are used. Not all blocks at each use (0x80): with
+    # several threads this Wine then finds damage where there is none.
+    run_once reg add 'HKLM\System\CurrentControlSet\Control\Session Manager' /v GlobalFlag /t REG_DWORD /d 0x70 /f ||
+      return 1
   fi
   : >"$WINEPREFIX/.ready"
 }

@@ -4,45 +4,30 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
+
+#include "support/guarded_heap.h"
 
 namespace {
 
 std::atomic<std::ptrdiff_t> gLive{0};
 
-// The runtime's own functions: this program's imports may be the ones that are replaced.
-template <class Fn>
-Fn findInRuntime(const char* name)
-{
-    return reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), name)));
-}
-
-struct Runtime {
-    decltype(&std::malloc) allocate = findInRuntime<decltype(&std::malloc)>("malloc");
-    decltype(&std::calloc) allocateZeroed = findInRuntime<decltype(&std::calloc)>("calloc");
-    decltype(&std::realloc) resize = findInRuntime<decltype(&std::realloc)>("realloc");
-    decltype(&std::free) release = findInRuntime<decltype(&std::free)>("free");
-};
-
-Runtime gRuntime;  // filled before any import is replaced
-
 void* countAllocate(std::size_t size)
 {
-    void* const block = gRuntime.allocate(size);
+    void* const block = processAllocator().allocate(size);
     gLive += block != nullptr ? 1 : 0;
     return block;
 }
 
 void* countAllocateZeroed(std::size_t count, std::size_t size)
 {
-    void* const block = gRuntime.allocateZeroed(count, size);
+    void* const block = processAllocator().allocateZeroed(count, size);
     gLive += block != nullptr ? 1 : 0;
     return block;
 }
 
 void* countResize(void* block, std::size_t size)
 {
-    void* const resized = gRuntime.resize(block, size);
+    void* const resized = processAllocator().resize(block, size);
     gLive += (block == nullptr && resized != nullptr ? 1 : 0) - (block != nullptr && size == 0 ? 1 : 0);
     return resized;
 }
@@ -50,7 +35,7 @@ void* countResize(void* block, std::size_t size)
 void countRelease(void* block)
 {
     gLive -= block != nullptr ? 1 : 0;
-    gRuntime.release(block);
+    processAllocator().release(block);
 }
 
 }  // namespace

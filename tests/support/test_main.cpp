@@ -8,6 +8,9 @@
 #include <cstdlib>
 #include <thread>
 
+#if defined(_WIN32)
+#include "support/guarded_heap.h"
+#endif
 #include "support/journal.h"
 #include "support/recording_log.h"
 #include "support/test_roles.h"
@@ -55,6 +58,9 @@ void watch()
 
 int main(int argc, char** argv)
 {
+#if defined(_WIN32)
+    guardHeapIfAsked();
+#endif
     if (const auto code = runTestRole(argc, argv))
         return *code;
     testing::InitGoogleTest(&argc, argv);
