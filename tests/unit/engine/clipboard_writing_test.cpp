@@ -1,10 +1,24 @@
 // A guest's list on its way to the clipboard.
+#include <atomic>
 #include <chrono>
 #include <future>
 
 #include "clipboard_writing_fixture.h"
+#include "ole_turn.h"
 
 using namespace sd::clip;
+
+namespace {
+
+std::atomic<decltype(&OleSetClipboard)> gOleSetClipboard{nullptr};
+
+HRESULT WINAPI setInTurn(IDataObject* object)
+{
+    const OleTurn turn;
+    return gOleSetClipboard.load()(object);
+}
+
+}  // namespace
 
 TEST_F(ClipboardWriting, AListFromTheGuestStandsOnTheClipboard)
 {
@@ -107,6 +121,8 @@ TEST_F(ClipboardWriting, AVetoEmptiesTheClipboardAndTheNextListAsksAgain)
 TEST_F(ClipboardWriting, TwoListsAtOnceAreEachInstalledOnceAtTheMost)
 {
     set();  // under Wine, OLE's window belongs to the first thread that needs it, and goes with that thread
+    const ImportHook<decltype(&OleSetClipboard)> hook(nullptr, "OleSetClipboard", &setInTurn);
+    gOleSetClipboard = hook.real();
     RecordingLog::clear();
     auto other = std::async(std::launch::async, [this] {
         OleInitialize(nullptr);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "live_transfer.h"
+#include "ole_turn.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;
@@ -15,29 +16,6 @@ namespace {
 
 constexpr auto kDuration = std::chrono::seconds(3);
 constexpr std::uint64_t kEndless = 1000000000;
-
-// Under Wine OLE's clipboard is one for the process and has no lock of its own; on Windows it is one for each thread.
-// Whoever waits here serves what others send to its windows, as it does within OLE's own calls.
-class OleTurn {
-public:
-    OleTurn()
-    {
-        while (!sTaken.try_lock()) {
-            MSG message;
-            PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-            Sleep(1);
-        }
-    }
-    ~OleTurn()
-    {
-        sTaken.unlock();
-    }
-    OleTurn(const OleTurn&) = delete;
-    OleTurn& operator=(const OleTurn&) = delete;
-
-private:
-    static inline std::recursive_mutex sTaken;  // the end of an object may empty the clipboard within another's turn
-};
 
 // The guest's lists, and what the library asked of each.
 class Guest {

@@ -189,6 +189,7 @@ TEST_F(PlaceholderRaces, LandingsAreReportedDoneDuringPreparations)
     std::atomic<int> prepared{0};
     std::atomic<int> refused{0};
     int second = 0;  // reports for a list that had one
+    EXPECT_TRUE(prepare());
     const int reports = race(
         [&](int) {
             try {
