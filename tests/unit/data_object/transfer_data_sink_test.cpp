@@ -52,6 +52,11 @@ protected:
     TransferDataSinkOfLargeFiles() : TransferDataSink({1048577, 5000000, 1048576}) {}
 };
 
+class TransferDataSinkOfTwins : public TransferDataSink {
+protected:
+    TransferDataSinkOfTwins() : TransferDataSink({10, 10, 5}) {}
+};
+
 }  // namespace
 
 TEST_F(TransferDataSink, DeliveriesEndFilesAndTheList)
@@ -151,6 +156,31 @@ TEST_F(TransferDataSink, TwoFilesWithTheSameJoinedNameShareARecord)
     mGuest.sink(other, &oneByte, 1);
     EXPECT_EQ(mRequest->GetTransferFile(one), mRequest->GetTransferFile(other));
     EXPECT_EQ(mRequest->GetTransferFile(one)->mReadySize, 2);
+}
+
+TEST_F(TransferDataSinkOfTwins, NeverFinishForTheyShareARecord)
+{
+    start();
+    mGuest.files[1].fileName = mGuest.files[0].fileName;
+    mGuest.deliver(0, "0123456789");
+    mGuest.deliver(1, "0123456789");
+    EXPECT_EQ(mGuest.eventsOf("transferFinish"), std::vector<std::string>{"readySize/fileSize:10/10"});
+    EXPECT_TRUE(mGuest.eventsOf("endClipboardFile").empty());
+    EXPECT_EQ(mRequest->GetRequestFileState(), State::kTransfering);
+    EXPECT_EQ(record(0)->mReadySize, 20);
+}
+
+// The sum counts what a list says of its folders, and nobody delivers a folder.
+TEST_F(TransferDataSink, AFolderWithASizeKeepsTheListFromItsEnd)
+{
+    constexpr std::uint16_t kModeFolder = 0x4000;
+    mGuest.files[1].mode = mGuest.record->GetFiles()[1].mode = kModeFolder;
+    start();
+    mGuest.deliver(0, "0123456789");
+    mGuest.deliver(2, "");
+    EXPECT_EQ(mGuest.eventsOf("transferFinish").size(), 2u);
+    EXPECT_TRUE(mGuest.eventsOf("endClipboardFile").empty());
+    EXPECT_EQ(mRequest->GetRequestFileState(), State::kTransfering);
 }
 
 TEST_F(TransferDataSink, SilenceOfTheReaderCancelsAtTheNextDelivery)
