@@ -30,6 +30,9 @@ public:
     // Takes the place of a listener that a test has installed.
     void listenAgain();
 
+    // Has every change of the clipboard so far reported, so that none comes late into a test. Leaves it empty.
+    void settle();
+
     // Has clip-copy put something on the clipboard, and waits until the change was reported.
     void copy(const std::vector<std::wstring>& arguments);
 

@@ -130,6 +130,7 @@ LazyTest::LazyTest()
         EXPECT_TRUE(mReads.waitForWatcher(drive)) << toUtf8(std::wstring(1, drive));
     lookIntoFolder(mFolder.path());
     lookIntoFolder(mOther.path());
+    mHost.settle();
     RecordingLog::clear();
 }
 
