@@ -74,6 +74,34 @@ private:
     MutexKind& mMutex;
 };
 
+// Tries to take the lock for a limited time, and holds it for a scope if that succeeded. The check can't follow a
+// condition like this: to it nothing is held, so it is for locks that guard an activity and no member.
+template <class MutexKind>
+class TryLockScope {
+public:
+    template <class Rep, class Period>
+    TryLockScope(MutexKind& mutex, const std::chrono::duration<Rep, Period>& limit)
+        : mMutex(mutex), mIsHeld(mutex.try_lock_for(limit))
+    {
+    }
+    ~TryLockScope()
+    {
+        if (mIsHeld)
+            mMutex.unlock();
+    }
+    TryLockScope(const TryLockScope&) = delete;
+    TryLockScope& operator=(const TryLockScope&) = delete;
+
+    bool isHeld() const
+    {
+        return mIsHeld;
+    }
+
+private:
+    MutexKind& mMutex;
+    const bool mIsHeld;
+};
+
 // Lets the lock go for a scope and takes it again, however the scope is left: `UnlockScope unlock(mMutex);`
 template <class MutexKind>
 class CLIP_SCOPED_CAPABILITY UnlockScope {

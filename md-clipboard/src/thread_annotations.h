@@ -16,8 +16,6 @@
 
 // ---- Members ----
 #define CLIP_GUARDED_BY(lock) CLIP_THREAD_ANNOTATION(guarded_by(lock))
-// What the pointer points to is guarded, the pointer itself is not.
-#define CLIP_PT_GUARDED_BY(lock) CLIP_THREAD_ANNOTATION(pt_guarded_by(lock))
 // The order in which one thread takes several. Checked with -Wthread-safety-beta.
 #define CLIP_ACQUIRED_BEFORE(...) CLIP_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
 #define CLIP_ACQUIRED_AFTER(...) CLIP_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))
@@ -31,7 +29,5 @@
 #define CLIP_RELEASE(...) CLIP_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 // First argument: the result that means that it was taken.
 #define CLIP_TRY_ACQUIRE(...) CLIP_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
-// The result is the lock itself.
-#define CLIP_RETURN_CAPABILITY(lock) CLIP_THREAD_ANNOTATION(lock_returned(lock))
 // Not checked inside. The reason stands beside it.
 #define CLIP_NO_THREAD_SAFETY_ANALYSIS CLIP_THREAD_ANNOTATION(no_thread_safety_analysis)

@@ -16,25 +16,25 @@ public:
     // What a post leaves behind that came before the thread's first wait: a filled slot without a broadcast.
     static void fillSlotSilently(LatestTaskThread& thread, std::function<void()> task)
     {
-        std::lock_guard<std::mutex> lock(thread.mMutex);
+        LockScope lock(thread.mMutex);
         thread.mLatestTask = std::move(task);
     }
 
     static void pushToQueueSilently(LatestTaskThread& thread, std::function<void()> task)
     {
-        std::lock_guard<std::mutex> lock(thread.mMutex);
+        LockScope lock(thread.mMutex);
         thread.mTasks.push_back(std::move(task));
     }
 
     static void broadcast(LatestTaskThread& thread)
     {
-        std::lock_guard<std::mutex> lock(thread.mMutex);
+        LockScope lock(thread.mMutex);
         thread.mCondition.notify_all();
     }
 
     static void askToStop(LatestTaskThread& thread)
     {
-        std::lock_guard<std::mutex> lock(thread.mMutex);
+        LockScope lock(thread.mMutex);
         thread.mStop = true;
         thread.mCondition.notify_all();
     }

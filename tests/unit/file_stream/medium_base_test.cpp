@@ -11,7 +11,7 @@ namespace sd::clip {
 
 class TestAccess {
 public:
-    static std::mutex& mutex(MediumBase& medium)
+    static Mutex& mutex(MediumBase& medium)
     {
         return medium.mMutex;
     }
@@ -70,7 +70,7 @@ TEST(MediumBase, CancelMarksItForGood)
 TEST(MediumBase, CancelWaitsForTheHolderOfTheLock)
 {
     MediumBase medium;
-    std::unique_lock<std::mutex> lock(TestAccess::mutex(medium));
+    std::unique_lock lock(TestAccess::mutex(medium));
     auto cancelled = std::async(std::launch::async, [&] { medium.Cancel(); });
     EXPECT_EQ(cancelled.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     EXPECT_FALSE(TestAccess::cancelled(medium));

@@ -30,24 +30,24 @@ public:
     // As a preparation does, without a placeholder.
     static void arm(Renderer& renderer, std::shared_ptr<ClipboardFileDataEx> data, std::string suffix)
     {
-        const std::lock_guard lock(renderer.mMutex);
+        const LockScope lock(renderer.mMutex);
         renderer.mLazyFileData = std::move(data);
         renderer.mSparseSuffix = std::move(suffix);
     }
     static void givePromise(Renderer& renderer)
     {
-        const std::lock_guard lock(renderer.mStateMutex);
+        const LockScope lock(renderer.mStateMutex);
         renderer.mFileLazyRenderingPromise = std::make_shared<std::promise<std::int32_t>>();
         renderer.mFileLazyRenderingDone = renderer.mFileLazyRenderingPromise->get_future();
     }
     static std::shared_ptr<ClipboardFileDataEx> armedData(const Renderer& renderer)
     {
-        const std::lock_guard lock(renderer.mMutex);
+        const LockScope lock(renderer.mMutex);
         return renderer.mLazyFileData;
     }
     static std::string suffix(const Renderer& renderer)
     {
-        const std::lock_guard lock(renderer.mMutex);
+        const LockScope lock(renderer.mMutex);
         return renderer.mSparseSuffix;
     }
     static std::atomic<bool>& pendingOwnCopy(Renderer& renderer)
@@ -56,12 +56,12 @@ public:
     }
     static bool hasPromise(const Renderer& renderer)
     {
-        const std::lock_guard lock(renderer.mStateMutex);
+        const LockScope lock(renderer.mStateMutex);
         return renderer.mFileLazyRenderingPromise != nullptr;
     }
     static std::shared_future<std::int32_t> renderingDone(const Renderer& renderer)
     {
-        const std::lock_guard lock(renderer.mStateMutex);
+        const LockScope lock(renderer.mStateMutex);
         return renderer.mFileLazyRenderingDone;
     }
     static std::size_t watchThreads(const Renderer& renderer)

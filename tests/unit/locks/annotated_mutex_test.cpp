@@ -11,6 +11,7 @@ using sd::clip::LockScope;
 using sd::clip::Mutex;
 using sd::clip::RecursiveMutex;
 using sd::clip::RecursiveTimedMutex;
+using sd::clip::TryLockScope;
 using sd::clip::UnlockScope;
 
 namespace {
@@ -140,6 +141,16 @@ TEST(AnnotatedMutex, ATimedAttemptGivesUpWhileAnotherThreadHoldsTheLock)
     EXPECT_TRUE(isFree(mutex));
 }
 
+TEST(TryLockScope, WithoutTheLockItReleasesNothing)
+{
+    RecursiveTimedMutex mutex;
+    const LockScope lock(mutex);
+    bool taken = true;
+    std::thread([&mutex, &taken] { taken = TryLockScope(mutex, 20ms).isHeld(); }).join();
+    EXPECT_FALSE(taken);
+    EXPECT_FALSE(isFree(mutex));
+}
+
 #if defined(_WIN32)
 // The native thread sanitizer does not see the runtime's timed call take a lock.
 TEST(AnnotatedMutex, ATimedAttemptTakesAFreeLock)
@@ -149,6 +160,17 @@ TEST(AnnotatedMutex, ATimedAttemptTakesAFreeLock)
         FAIL() << "nobody else holds it";
     EXPECT_FALSE(isFree(mutex));
     mutex.unlock();
+    EXPECT_TRUE(isFree(mutex));
+}
+
+TEST(TryLockScope, HoldsAFreeLockToItsEnd)
+{
+    RecursiveTimedMutex mutex;
+    {
+        const TryLockScope lock(mutex, 60s);
+        EXPECT_TRUE(lock.isHeld());
+        EXPECT_FALSE(isFree(mutex));
+    }
     EXPECT_TRUE(isFree(mutex));
 }
 #endif

@@ -36,7 +36,7 @@ public:
     {
         return file._userMsgSetOle.mJob;
     }
-    static std::mutex& jobLock(RemoteFormatFile& file)
+    static Mutex& jobLock(RemoteFormatFile& file)
     {
         return file.mJobLock;
     }

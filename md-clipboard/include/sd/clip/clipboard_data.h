@@ -237,7 +237,7 @@ private:
     FileRequestFunc mFileRequestFunc;
     FileCancelFunc mFileCancelFunc;
     OLEClipboardPasteFunc mOLEClipboardPasteFunc;
-    std::uint64_t mTransferredSize = 0;
+    std::uint64_t mTransferredSize = 0;  // one delivery after the other changes it, and reads it
 };
 
 /// The record of a list for the placeholder route.
@@ -255,7 +255,7 @@ public:
 
 private:
     friend class TestAccess;
-    std::shared_ptr<ClipboardFileData> mTargetData;
+    std::shared_ptr<ClipboardFileData> mTargetData;  // replaced and read as an atomic whole
     FileLazyRenderingCallback mFileLazyRenderingCallback;
 };
 

@@ -23,8 +23,8 @@ constexpr FormatRow kFormatTable[] = {
 };
 
 struct CacheDirectory {
-    std::mutex mutex;
-    std::string path;
+    Mutex mutex;  // a leaf
+    std::string path CLIP_GUARDED_BY(mutex);
 };
 
 CacheDirectory& cacheDirectory()
@@ -75,8 +75,9 @@ ClipboardImpl::ClipboardImpl()
 
 std::string ClipboardImpl::GetCacheDirectory()
 {
-    std::lock_guard<std::mutex> lock(cacheDirectory().mutex);
-    return cacheDirectory().path;
+    CacheDirectory& cache = cacheDirectory();
+    LockScope lock(cache.mutex);
+    return cache.path;
 }
 
 void ClipboardImpl::SetFileClipboardSupported(bool supported)
@@ -87,7 +88,7 @@ void ClipboardImpl::SetFileClipboardSupported(bool supported)
 std::shared_ptr<Clipboard> ClipboardImpl::SetListener(std::shared_ptr<ClipboardListener> listener)
 {
     {
-        std::lock_guard<std::mutex> lock(mStateMutex);
+        LockScope lock(mStateMutex);
         mListener.swap(listener);
     }
     // The earlier listener is released here, outside the lock: its destructor is the host's.
@@ -108,8 +109,9 @@ bool ClipboardImpl::IsFormatAvailable(ClipboardFormat /*format*/)
 bool ClipboardImpl::InitFileLazyRenderer(std::string directory)
 {
     {
-        std::lock_guard<std::mutex> lock(cacheDirectory().mutex);
-        cacheDirectory().path = directory;
+        CacheDirectory& cache = cacheDirectory();
+        LockScope lock(cache.mutex);
+        cache.path = directory;
     }
     return mFileLazyRenderer.Init(directory);
 }
@@ -134,7 +136,7 @@ void ClipboardImpl::resetClipCObjectData(ClipDataObject* object)
     CLIP_LOG(kLogInfo, "mClipDataObject=%p, object:%p", static_cast<void*>(mClipDataObject.load()),
              static_cast<void*>(object));
     std::shared_ptr<FileRequest> forgotten;  // goes after the lock
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     if (mClipDataObject.compare_exchange_strong(object, nullptr))
         mFileRequest.swap(forgotten);
 }
@@ -147,14 +149,14 @@ void ClipboardImpl::resetOleclipboard()
 
 std::shared_ptr<ClipboardListener> ClipboardImpl::listener() const
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     return mListener;
 }
 
 void ClipboardImpl::keepClipData(std::shared_ptr<ClipboardData> data)
 {
     // The earlier record goes with `data`, after the lock: its functions are the host's.
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     mClipData.swap(data);
 }
 

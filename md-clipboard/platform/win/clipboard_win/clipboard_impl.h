@@ -13,10 +13,10 @@
 #include <future>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "annotated_mutex.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
@@ -59,7 +59,8 @@ public:
 
     // Forwards to the listener's OnClipboardEvent, on the calling thread; nothing without a listener.
     void notifyClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
-                              std::string message, std::string result, std::string errorCode, std::string errorDetail);
+                              std::string message, std::string result, std::string errorCode, std::string errorDetail)
+        CLIP_EXCLUDES(mStateMutex);
 
     // Has the worker look at the clipboard, if the message is a clipboard update; returns at once. Lets no exception
     // out, since its callers are a window procedure and a thread.
@@ -108,29 +109,31 @@ private:
     std::shared_ptr<ClipboardListener> listener() const;
     void keepClipData(std::shared_ptr<ClipboardData> data);
 
-    std::shared_ptr<ClipboardListener> mListener;  // guarded by mStateMutex
+    std::shared_ptr<ClipboardListener> mListener CLIP_GUARDED_BY(mStateMutex);
     std::atomic<HWND> mHwnd{nullptr};
-    std::atomic<bool> mClipboardOpened{false};              // this engine holds the clipboard open, on whichever thread
-    LatestTaskThread mDetectThread;                         // safe by itself
-    std::map<ClipboardFormat, UINT> mFormatMap;             // library format to platform format; guarded by mStateMutex
-    std::shared_ptr<ClipboardData> mClipData;               // the record now being exchanged; guarded by mStateMutex
+    std::atomic<bool> mClipboardOpened{false};  // this engine holds the clipboard open, on whichever thread
+    LatestTaskThread mDetectThread;             // safe by itself
+    // Library format to platform format.
+    std::map<ClipboardFormat, UINT> mFormatMap CLIP_GUARDED_BY(mStateMutex);
+    std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateMutex);  // the record now being exchanged
     std::atomic<ClipDataObject*> mClipDataObject{nullptr};  // a note only: the OLE clipboard owns the object
     std::atomic<bool> mFileClipboardSupported{false};
     FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
 
-    mutable std::mutex mStateMutex;
+    mutable Mutex mStateMutex;  // a leaf: nothing but the platform is called under it
     // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
     // another, for the whole desktop. Who does not get it in the time that Open takes at the most finds the clipboard
     // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits
-    // here. For the same reason a thread may take it again.
-    std::recursive_timed_mutex mReadMutex;
+    // here. For the same reason a thread may take it again. It guards no member.
+    RecursiveTimedMutex mReadMutex CLIP_ACQUIRED_BEFORE(mStateMutex);
 
     // Of the noted data object. The gates ask it, and not the object, which may be dying on another thread.
-    std::shared_ptr<FileRequest> mFileRequest;     // guarded by mStateMutex
-    std::weak_ptr<FileRequest> mInstalledRequest;  // guarded by mStateMutex: whose object went on the clipboard last
-    HWND mInstalledOwner = nullptr;                // guarded by mStateMutex: the clipboard's owner right after
-    std::chrono::seconds mLongestInstall{3600};    // constant
-    std::atomic<DWORD> mClipboardOpener{0};        // the thread that Open opened the clipboard on; 0 if there is none
+    std::shared_ptr<FileRequest> mFileRequest CLIP_GUARDED_BY(mStateMutex);
+    // Whose object went on the clipboard last, and the clipboard's owner right after.
+    std::weak_ptr<FileRequest> mInstalledRequest CLIP_GUARDED_BY(mStateMutex);
+    HWND mInstalledOwner CLIP_GUARDED_BY(mStateMutex) = nullptr;
+    std::chrono::seconds mLongestInstall{3600};  // no lock: constant
+    std::atomic<DWORD> mClipboardOpener{0};      // the thread that Open opened the clipboard on; 0 if there is none
 };
 
 }  // namespace sd::clip

@@ -23,7 +23,7 @@ constexpr UINT kAllFiles = 0xFFFFFFFF;  // asks DragQueryFileW for the count
 // The clipboard, opened for one read. Closes it at the end of its scope, also when memory runs out in between.
 class OpenedClipboard {
 public:
-    OpenedClipboard(Clipboard& clipboard, std::recursive_timed_mutex& readMutex)
+    OpenedClipboard(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
         : mReading(readMutex, kLongestWait), mClipboard(clipboard), mOpened(isMyTurn() && clipboard.Open())
     {
     }
@@ -43,14 +43,14 @@ public:
 private:
     bool isMyTurn() const
     {
-        if (!mReading.owns_lock()) {
+        if (!mReading.isHeld()) {
             CLIP_LOG(kLogError, "Open clipboard fail from %p. error:%d", static_cast<void*>(&mClipboard),
                      ERROR_ACCESS_DENIED);
         }
-        return mReading.owns_lock();
+        return mReading.isHeld();
     }
 
-    const std::unique_lock<std::recursive_timed_mutex> mReading;  // released after the clipboard was closed
+    const TryLockScope<RecursiveTimedMutex> mReading;  // released after the clipboard was closed
     Clipboard& mClipboard;
     const bool mOpened;
 };
@@ -76,7 +76,7 @@ std::vector<std::wstring> queryPaths(HDROP drop, UINT count)
     return paths;
 }
 
-DropList readDropList(Clipboard& clipboard, std::recursive_timed_mutex& readMutex)
+DropList readDropList(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
 {
     DropList list;
     const OpenedClipboard opened(clipboard, readMutex);
@@ -110,7 +110,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat f
 {
     UINT platformFormat = 0;
     {
-        std::lock_guard<std::mutex> lock(mStateMutex);
+        LockScope lock(mStateMutex);
         platformFormat = mFormatMap[format];  // an unknown format stays in the map with 0, which nothing reports
     }
     CLIP_LOG(kLogInfo, "clipformat:%d, cfformat:%d from %p", static_cast<int>(format), static_cast<int>(platformFormat),

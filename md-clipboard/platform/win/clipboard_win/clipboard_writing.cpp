@@ -197,7 +197,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     }
     const bool isOurs = OleIsCurrentClipboard(data) == S_OK;  // another program may have copied meanwhile
     {
-        std::lock_guard<std::mutex> lock(mStateMutex);
+        LockScope lock(mStateMutex);
         mInstalledRequest = request;
         mInstalledOwner = isOurs ? GetClipboardOwner() : nullptr;
     }
@@ -208,7 +208,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
 
 bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     return mInstalledRequest.lock().get() == &request && mInstalledOwner != nullptr &&
            GetClipboardOwner() == mInstalledOwner;
 }
@@ -257,14 +257,14 @@ void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
 
 std::shared_ptr<FileRequest> ClipboardImpl::currentRequest() const
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     return mFileRequest;
 }
 
 // @return whether it was the noted one
 bool ClipboardImpl::forgetRequest(const std::shared_ptr<FileRequest>& request)
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     if (mFileRequest != request)
         return false;
     mClipDataObject = nullptr;
@@ -275,7 +275,7 @@ bool ClipboardImpl::forgetRequest(const std::shared_ptr<FileRequest>& request)
 void ClipboardImpl::noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request)
 {
     // The earlier request goes with `request`, after the lock.
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     mClipDataObject = object;
     mFileRequest.swap(request);
 }

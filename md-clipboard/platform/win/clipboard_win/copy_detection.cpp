@@ -83,7 +83,7 @@ void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/,
 // The first library format, in their order, that the platform format stands for; 0 if none does.
 ClipboardFormat ClipboardImpl::clipFormatFromPlatform(UINT platformFormat)
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     for (const auto& [format, mapped] : mFormatMap) {
         if (mapped == platformFormat)
             return format;

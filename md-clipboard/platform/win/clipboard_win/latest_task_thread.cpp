@@ -14,7 +14,7 @@ LatestTaskThread::LatestTaskThread() : mStopped(mStoppedPromise.get_future())
 LatestTaskThread::~LatestTaskThread()
 {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        LockScope lock(mMutex);
         mStop = true;
         mCondition.notify_all();
     }
@@ -24,7 +24,7 @@ LatestTaskThread::~LatestTaskThread()
 
 void LatestTaskThread::PostLatest(std::function<void()> task)
 {
-    std::lock_guard<std::mutex> lock(mMutex);
+    LockScope lock(mMutex);
     // The replaced task goes with `task`, after the lock: what it holds may run somebody's destructor.
     std::swap(mLatestTask, task);
     mCondition.notify_all();
@@ -36,47 +36,47 @@ void LatestTaskThread::Detach()
         mThread.detach();
 }
 
+// Whoever waits for the promise may destroy the object, so it is set last, and from here.
 void LatestTaskThread::run()
 {
-    std::unique_lock<std::mutex> lock(mMutex);
-    for (;;) {
-        if (mStop) {
-            // Whoever waits for this may destroy the object, so the promise is set last, and from here.
-            std::promise<bool> stopped = std::move(mStoppedPromise);
-            lock.unlock();
-            stopped.set_value(true);
-            return;
-        }
-        mCondition.wait(lock);
-        runQueue(lock);
-        runLatest(lock);
-    }
+    serve().set_value(true);
 }
 
-void LatestTaskThread::runQueue(std::unique_lock<std::mutex>& lock)
+// @return what tells that the thread has stopped
+std::promise<bool> LatestTaskThread::serve()
+{
+    LockScope lock(mMutex);
+    while (!mStop) {
+        waitFor(mCondition, mMutex);
+        runQueue();
+        runLatest();
+    }
+    return std::move(mStoppedPromise);
+}
+
+void LatestTaskThread::runQueue()
 {
     while (!mTasks.empty()) {
         std::function<void()> task = std::move(mTasks.front());
         mTasks.pop_front();
-        runUnlocked(std::move(task), lock);
+        runUnlocked(std::move(task));
     }
 }
 
-void LatestTaskThread::runLatest(std::unique_lock<std::mutex>& lock)
+void LatestTaskThread::runLatest()
 {
     while (mLatestTask) {
-        runUnlocked(std::exchange(mLatestTask, nullptr), lock);
+        runUnlocked(std::exchange(mLatestTask, nullptr));
     }
 }
 
 // The task is destroyed without the lock too: what it holds may run somebody's destructor.
-void LatestTaskThread::runUnlocked(std::function<void()> task, std::unique_lock<std::mutex>& lock)
+void LatestTaskThread::runUnlocked(std::function<void()> task)
 {
-    lock.unlock();
+    UnlockScope unlock(mMutex);
     if (task)
         task();
     task = nullptr;
-    lock.lock();
 }
 
 }  // namespace sd::clip

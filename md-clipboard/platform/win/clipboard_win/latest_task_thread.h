@@ -5,9 +5,10 @@
 #include <deque>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <string>
 #include <thread>
+
+#include "annotated_mutex.h"
 
 namespace sd::clip {
 
@@ -39,20 +40,21 @@ public:
 private:
     friend class TestAccess;
 
-    void run();
-    void runQueue(std::unique_lock<std::mutex>& lock);
-    void runLatest(std::unique_lock<std::mutex>& lock);
-    static void runUnlocked(std::function<void()> task, std::unique_lock<std::mutex>& lock);
+    void run() CLIP_EXCLUDES(mMutex);
+    std::promise<bool> serve() CLIP_EXCLUDES(mMutex);
+    void runQueue() CLIP_REQUIRES(mMutex);
+    void runLatest() CLIP_REQUIRES(mMutex);
+    void runUnlocked(std::function<void()> task) CLIP_REQUIRES(mMutex);
 
-    std::string mName = "default";  // a label, read by nothing
-    std::thread mThread;
-    std::mutex mMutex;  // guards what follows
-    std::condition_variable mCondition;
-    bool mStop = false;
-    std::deque<std::function<void()>> mTasks;  // first in, first out; the engine never fills it
-    std::function<void()> mLatestTask;
-    std::promise<bool> mStoppedPromise;
-    std::future<bool> mStopped;
+    std::string mName = "default";  // a label, read by nothing and so without a lock
+    std::thread mThread;            // no lock: let go by the constructor, and only looked at afterwards
+    Mutex mMutex;
+    std::condition_variable mCondition;  // safe by itself
+    bool mStop CLIP_GUARDED_BY(mMutex) = false;
+    std::deque<std::function<void()>> mTasks CLIP_GUARDED_BY(mMutex);  // first in first out; the engine never fills it
+    std::function<void()> mLatestTask CLIP_GUARDED_BY(mMutex);
+    std::promise<bool> mStoppedPromise CLIP_GUARDED_BY(mMutex);
+    std::future<bool> mStopped;  // no lock: the constructor's and the destructor's alone
 };
 
 }  // namespace sd::clip

@@ -61,7 +61,7 @@ private:
     std::atomic<IDataObject*> mShellDataObject{nullptr};  // one reference is held
 
 protected:
-    // Registered numbers, 0 until DataObjectInit.
+    // Registered numbers, 0 until DataObjectInit and constant after it.
     std::uint32_t mFormatFileDesc = 0;
     std::uint32_t mFormatFileContent = 0;
     std::uint32_t mFormatAsyncFlag = 0;

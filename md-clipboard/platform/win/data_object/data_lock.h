@@ -3,29 +3,30 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <thread>
+
+#include "annotated_mutex.h"
 
 namespace sd::clip {
 
 // A mutex that a thread may take again. Not the standard's: with MinGW-w64 that one never frees the memory and the
 // event that it is made of, and there is one for each list that the guest copies.
-class DataLock {
+class CLIP_CAPABILITY("data lock") DataLock {
 public:
     DataLock() = default;
     DataLock(const DataLock&) = delete;
     DataLock& operator=(const DataLock&) = delete;
 
-    void lock();
-    bool try_lock();
-    void unlock();
+    void lock() CLIP_ACQUIRE();
+    bool try_lock() CLIP_TRY_ACQUIRE(true);
+    void unlock() CLIP_RELEASE();
 
 private:
     bool isMine() const;
 
-    std::mutex mMutex;
-    std::atomic<std::thread::id> mOwner{};  // who holds mMutex
-    int mDepth = 0;                         // guarded by mMutex: how often its owner has taken it
+    Mutex mMutex;
+    std::atomic<std::thread::id> mOwner{};   // who holds mMutex
+    int mDepth CLIP_GUARDED_BY(mMutex) = 0;  // how often its owner has taken it
 };
 
 // A scope in which this thread holds a data lock. The lock is held across the host's paste and request functions and
@@ -35,10 +36,10 @@ private:
 // Threads: emptying the OLE clipboard sends a message to the thread that serves the data object, and that thread may
 // want the lock. The host's cancel function may wait for such a thread too, and so may a read, which the report of a
 // failure waits for. All of them are put off to the release.
-class DataLockScope {
+class CLIP_SCOPED_CAPABILITY DataLockScope {
 public:
-    explicit DataLockScope(DataLock& mutex);
-    ~DataLockScope();
+    explicit DataLockScope(DataLock& mutex) CLIP_ACQUIRE(mutex);
+    ~DataLockScope() CLIP_RELEASE();
     DataLockScope(const DataLockScope&) = delete;
     DataLockScope& operator=(const DataLockScope&) = delete;
 

@@ -53,13 +53,13 @@ FileRequest::~FileRequest() = default;
 void FileRequest::SetClipboardData(std::shared_ptr<ClipboardData> data)
 {
     mTotalFileSize = sumSizes(data.get());
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     mClipData.swap(data);
 }
 
 std::shared_ptr<ClipboardData> FileRequest::GetClipboardData() const
 {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     return mClipData;
 }
 
@@ -68,7 +68,7 @@ void FileRequest::SetStream(FileStream* stream)
     Microsoft::WRL::ComPtr<FileStream> replaced = stream;  // an earlier one goes after the lock
     bool isTooLate = false;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         mFileStream.Swap(replaced);
         isTooLate = mFailureReported;
     }
@@ -78,7 +78,7 @@ void FileRequest::SetStream(FileStream* stream)
 
 Microsoft::WRL::ComPtr<FileStream> FileRequest::GetStream() const
 {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     return mFileStream;
 }
 
@@ -138,7 +138,7 @@ bool FileRequest::isRequested() const
 // Nothing leads out of a cancelled request: a delivery that is being taken meanwhile must not make it look alive.
 void FileRequest::setState(RequestFileState state)
 {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     if (!mCancelling)
         mRequestFileState = state;
 }
@@ -158,7 +158,7 @@ bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFile
                                      "sucess", "", "");
     }
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         mRequestFileState = RequestFileState::kRequesting;
         mRequestedFile = file;
     }
@@ -212,7 +212,7 @@ void FileRequest::CancelRemoteTransfer()
         return;
     std::shared_ptr<ClipboardData> data;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         if (mCancelRuns)
             return;
         mCancelling = true;
@@ -225,14 +225,14 @@ void FileRequest::CancelRemoteTransfer()
     if (cancel)
         cancel(descriptionForCancel());
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         mRequestFileState = RequestFileState::kRequestFailed;
     }
     const auto engine = ClipboardImpl::instance();
     if (engine != nullptr && !mIsCut)
         engine->resetOleclipboardOf(*this);
     std::shared_ptr<ClipboardData> dropped;  // goes after the lock: its functions are the host's
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     mClipData.swap(dropped);
 }
 
@@ -241,7 +241,7 @@ ClipfileDescription FileRequest::descriptionForCancel() const
 {
     const auto stream = GetStream();
     const auto current = stream ? stream->GetFileDescription() : nullptr;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mRequestedFile;
 }
 
@@ -249,7 +249,7 @@ void FileRequest::NotifyFileTransferFailed()
 {
     CLIP_LOG(kLogInfo, "Cancel file stream wait.");
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         mFailureReported = true;
     }
     // It waits for a read that runs on another thread, and that may come to wait for the data lock.
@@ -261,7 +261,7 @@ void FileRequest::Cut()
 {
     {
         DataLockScope lock(mDataLock);  // a delivery that is being taken ends first
-        std::lock_guard<std::mutex> state(mStateLock);
+        LockScope state(mStateLock);
         mCancelling = true;
         mIsCut = true;
     }
@@ -269,7 +269,7 @@ void FileRequest::Cut()
     std::shared_ptr<ClipboardData> data;
     Microsoft::WRL::ComPtr<FileStream> stream;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        LockScope lock(mStateLock);
         mClipData.swap(data);
         mFileStream.Swap(stream);
     }

@@ -12,9 +12,9 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "annotated_mutex.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
 #include "data_object/transfer_files.h"
@@ -66,7 +66,7 @@ public:
     TransferFile* GetTransferFile(const ClipfileDescription& file) override;
     RequestFileState GetRequestFileState() override;
     bool IsDataTransfering() override;
-    void CancelRemoteTransfer() override;
+    void CancelRemoteTransfer() override CLIP_EXCLUDES(mDataLock, mStateLock);
     void NotifyFileTransferFailed() override;
 
 private:
@@ -77,31 +77,33 @@ private:
     void setState(RequestFileState state);
     void logRequest(const ClipfileDescription& file) const;
     void declineRequest(const ClipfileDescription& file) const;
-    bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record);
-    bool callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record);
+    bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record) CLIP_REQUIRES(mDataLock);
+    bool callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record) CLIP_REQUIRES(mDataLock);
     static bool isPasteWanted(ClipboardFileData& record);
     bool isStalled() const;
     void cancelForStall();
-    TransferFile& transferFor(const ClipfileDescription& file);
+    TransferFile& transferFor(const ClipfileDescription& file) CLIP_REQUIRES(mDataLock);
     void storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file, const unsigned char* data,
-                       unsigned long long size);
+                       unsigned long long size) CLIP_REQUIRES(mDataLock);
     void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
-                     const std::string& path);
+                     const std::string& path) CLIP_REQUIRES(mDataLock);
     ClipfileDescription descriptionForCancel() const;
 
-    std::shared_ptr<ClipboardData> mClipData;                                         // guarded by mStateLock
-    Microsoft::WRL::ComPtr<FileStream> mFileStream;                                   // guarded by mStateLock
+    std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateLock);
+    Microsoft::WRL::ComPtr<FileStream> mFileStream CLIP_GUARDED_BY(mStateLock);
     std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};  // written under mStateLock
     TransferFiles mTransferFiles;                                                     // safe by itself
-    DataLock mDataLock;  // held for a request, the host's functions included, and for a delivery
+    // Held for a request, the host's functions included, and for a delivery. What it guards stands in the records: all
+    // that is called the writer's in transfer_file.h.
+    DataLock mDataLock CLIP_ACQUIRED_BEFORE(mStateLock);
 
-    mutable std::mutex mStateLock;
-    bool mCancelling = false;            // guarded by mStateLock: deliveries are dropped already
-    bool mCancelRuns = false;            // guarded by mStateLock: the host's cancel function is called once
-    bool mFailureReported = false;       // guarded by mStateLock: by the host
-    ClipfileDescription mRequestedFile;  // guarded by mStateLock: what the request was made with
+    mutable Mutex mStateLock;                                        // a leaf
+    bool mCancelling CLIP_GUARDED_BY(mStateLock) = false;            // deliveries are dropped already
+    bool mCancelRuns CLIP_GUARDED_BY(mStateLock) = false;            // the host's cancel function is called once
+    bool mFailureReported CLIP_GUARDED_BY(mStateLock) = false;       // by the host
+    ClipfileDescription mRequestedFile CLIP_GUARDED_BY(mStateLock);  // what the request was made with
     std::atomic<bool> mIsCut{false};     // the data object is being destroyed: the clipboard does not hold it
-    std::uint64_t mTotalFileSize = 0;    // constant after SetClipboardData
+    std::uint64_t mTotalFileSize = 0;    // no lock: constant after SetClipboardData
     std::atomic<bool> mStarting{false};  // the host's paste or request function runs; written under mDataLock
 };
 

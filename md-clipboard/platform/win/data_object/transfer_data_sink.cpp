@@ -24,7 +24,7 @@ void raiseEvent(const char* operation, const char* stage, std::int64_t number, c
 // Of the slice that is open, or that comes next.
 std::string pathOfSlice(const TransferFile& transfer)
 {
-    return MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.mSliceCount);
+    return MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.SliceCount());
 }
 
 }  // namespace
@@ -40,7 +40,7 @@ FileDataSink FileRequest::MakeSink()
 // The record while deliveries are wanted.
 std::shared_ptr<ClipboardFileDataImpl> FileRequest::recordForDelivery() const
 {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    LockScope lock(mStateLock);
     return mCancelling ? nullptr : std::dynamic_pointer_cast<ClipboardFileDataImpl>(mClipData);
 }
 
@@ -71,7 +71,7 @@ void FileRequest::cancelForStall()
     CLIP_LOG(kLogInfo, "User canceled copy action");
     raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer");
     if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
-        std::lock_guard<std::mutex> state(mStateLock);
+        LockScope state(mStateLock);
         mCancelling = true;  // the next delivery may come before the cancel does
     }
     DataLockScope::runWithoutLock([self = shared_from_this()] { self->CancelRemoteTransfer(); });
@@ -98,7 +98,7 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
     record.SetTransferredSize(record.GetTransferredSize() + size);
     const std::int64_t position = transfer.Position();
     CLIP_LOG(kLogInfo, "Download: %s:%d(%lld, %lld, %lld) all:(%lld,%lld)", file.fileName.c_str(),
-             static_cast<int>(transfer.mSliceCount), static_cast<long long>(transfer.mReadySize),
+             static_cast<int>(transfer.SliceCount()), static_cast<long long>(transfer.mReadySize),
              static_cast<long long>(size), static_cast<long long>(transfer.mFileSize),
              static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(GetTotalFileSize()));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)

@@ -66,7 +66,7 @@ void TransferFile::CloseSlice(const std::string& path)
     mSliceWriter->close();
     // Together and under the lock: a reader that sees the count finds the path, and no signal falls between its look
     // and its sleep.
-    std::lock_guard<std::mutex> lock(mSliceMutex);
+    LockScope lock(mSliceMutex);
     mSlices.push_back(path);
     ++mSliceCount;
 }
@@ -112,8 +112,9 @@ bool TransferFile::Read(char* buffer, std::uint32_t length, std::uint32_t* count
 
 bool TransferFile::WaitSliceReady()
 {
-    std::unique_lock<std::mutex> lock(mSliceMutex);
-    return mSliceReady.wait_for(lock, kLongestWait, [this] { return mSliceCount > mReadSliceIndex; });
+    LockScope lock(mSliceMutex);
+    return waitFor(mSliceReady, mSliceMutex, kLongestWait,
+                   [this]() CLIP_REQUIRES(mSliceMutex) { return mSliceCount > mReadSliceIndex; });
 }
 
 void TransferFile::Restart()
@@ -141,7 +142,7 @@ bool TransferFile::awaitNextSlice()
 std::string TransferFile::findNextSlice()
 {
     const auto index = static_cast<std::size_t>(mReadSliceIndex);
-    std::lock_guard<std::mutex> lock(mSliceMutex);
+    LockScope lock(mSliceMutex);
     return index < mSlices.size() ? mSlices[index] : std::string();
 }
 

@@ -5,9 +5,10 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "annotated_mutex.h"
 
 namespace sd::clip {
 
@@ -16,7 +17,8 @@ namespace sd::clip {
 //
 // Threads: one writer and one reader at the same time. Who has several of a kind lets them come one after the other.
 // The two meet in mSlices and mSliceCount only: the writer changes them under mSliceMutex and may read them without
-// it, the reader takes it whenever it reads them.
+// it, the reader takes it whenever it reads them. What is called the writer's below is guarded by the request's data
+// lock (file_request.h), what is called the reader's by the stream's (file_stream.h).
 class TransferFile {
 public:
     // @param key relative path and file name
@@ -36,6 +38,13 @@ public:
 
     // @return bytes in the open slice; negative after a failed open or write
     std::int64_t Position() const;
+
+    // Finished slices, and so the index of the one being written. Unchecked and without the lock: nobody else changes
+    // the count while the writer looks at it.
+    std::int32_t SliceCount() const CLIP_NO_THREAD_SAFETY_ANALYSIS
+    {
+        return mSliceCount;
+    }
 
     // Closes the slice and adds it to those that the reader may open.
     void CloseSlice(const std::string& path);
@@ -57,18 +66,18 @@ public:
 
     // Their names and their order are known outside: they stay.
     const std::string mFileKey;
-    std::vector<std::string> mSlices;  // paths of finished slices; guarded by mSliceMutex
+    std::vector<std::string> mSlices CLIP_GUARDED_BY(mSliceMutex);  // paths of finished slices
     const std::int64_t mFileSize;
     std::int64_t mReadySize = 0;  // the writer's: bytes received
     // The writer's: one for the record's whole life, closed between slices.
     std::unique_ptr<std::ofstream> mSliceWriter;
-    std::int32_t mSliceCount = 0;  // finished slices, and so the index of the one being written; guarded by mSliceMutex
+    std::int32_t mSliceCount CLIP_GUARDED_BY(mSliceMutex) = 0;
     std::unique_ptr<std::ifstream> mSliceReader;  // the reader's: none between slices
     std::int64_t mCopiedSize = 0;                 // the reader's: bytes handed out in this pass
     std::int32_t mReadSliceIndex = 0;             // the reader's: position in mSlices of the slice to open next
     std::string mCurrentSlice;                    // the reader's: path of the slice being read
-    std::mutex mSliceMutex;                       // held for a look or a change, never during a call to disk or host
-    std::condition_variable mSliceReady;
+    Mutex mSliceMutex;                            // held for a look or a change, never during a call to disk or host
+    std::condition_variable mSliceReady;          // safe by itself
 
 private:
     bool hasCopiedAll() const;

@@ -11,7 +11,7 @@ std::string MakeFileKey(const ClipfileDescription& file)
 
 TransferFile* TransferFiles::Find(const std::string& key) const
 {
-    std::lock_guard<std::mutex> lock(mMutex);
+    LockScope lock(mMutex);
     const auto found = mByKey.find(key);
     return found == mByKey.end() ? nullptr : found->second;
 }
@@ -20,7 +20,7 @@ TransferFile* TransferFiles::Add(std::string key, std::int64_t fileSize)
 {
     auto made = std::make_unique<TransferFile>(std::move(key), fileSize);
     TransferFile* const file = made.get();
-    std::lock_guard<std::mutex> lock(mMutex);
+    LockScope lock(mMutex);
     mFiles.emplace_back();  // memory that runs out leaves an empty place at the most, not a record that can't be found
     mByKey.emplace(file->mFileKey, file);
     mFiles.back() = std::move(made);

@@ -3,12 +3,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "annotated_mutex.h"
 #include "data_object/transfer_file.h"
 #include "sd/clip/clipboard_data.h"
 
@@ -36,9 +36,10 @@ public:
 private:
     friend class TestAccess;
 
-    mutable std::mutex mMutex;                                   // guards what follows
-    std::vector<std::unique_ptr<TransferFile>> mFiles;           // in the order of their first delivery
-    std::unordered_map<std::string_view, TransferFile*> mByKey;  // its keys are views of the records' own
+    mutable Mutex mMutex;
+    std::vector<std::unique_ptr<TransferFile>> mFiles CLIP_GUARDED_BY(mMutex);  // in the order of their first delivery
+    // Its keys are views of the records' own.
+    std::unordered_map<std::string_view, TransferFile*> mByKey CLIP_GUARDED_BY(mMutex);
 };
 
 }  // namespace sd::clip

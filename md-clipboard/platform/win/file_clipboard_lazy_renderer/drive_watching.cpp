@@ -157,7 +157,7 @@ void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const un
 
 void FileClipboardLazyRenderer::handleAddedFile(const std::wstring& root, const std::string& name)
 {
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    LockScope lock(mMutex);
     const auto armed = std::dynamic_pointer_cast<ClipboardFileDataExImpl>(mLazyFileData);
     if (armed != nullptr && armed->GetFileLazyRenderingCallback())
         handleTargetFile(root, name);

@@ -11,10 +11,10 @@ bool FileClipboardLazyRenderer::Init(const std::string& cacheDir)
 {
     {
         std::string directory = ReplaceAll(cacheDir, "/", "\\");
-        std::lock_guard<std::mutex> lock(mStateMutex);
+        LockScope lock(mStateMutex);
         mCacheDir.swap(directory);
     }
-    std::lock_guard<std::mutex> lock(mInitMutex);
+    LockScope lock(mInitMutex);
     if (mInitialized) {
         CLIP_LOG(kLogInfo, "File clipboard lazy renderer already initialized");
         return true;
@@ -28,7 +28,7 @@ bool FileClipboardLazyRenderer::Init(const std::string& cacheDir)
 
 bool FileClipboardLazyRenderer::IsReady() const
 {
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
+    LockScope lock(mMutex);
     return mReady;
 }
 
@@ -45,7 +45,7 @@ bool FileClipboardLazyRenderer::GetSupportFileClipboardFullPostProcessMode() con
 
 std::string FileClipboardLazyRenderer::cacheDirectory() const
 {
-    std::lock_guard<std::mutex> lock(mStateMutex);
+    LockScope lock(mStateMutex);
     return mCacheDir;
 }
 

@@ -13,11 +13,11 @@
 #include <future>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "annotated_mutex.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
@@ -64,7 +64,7 @@ private:
     friend class TestAccess;
 
     // lazy_rendering_preparation.cpp
-    bool publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, HANDLE& file);
+    bool publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, HANDLE& file) CLIP_REQUIRES(mMutex);
     static bool deleteAllFilesInDirectory(const std::wstring& directory);
     static std::string generateRandomDigits(int count);
     std::string cacheDirectory() const;
@@ -77,20 +77,21 @@ private:
     bool liesInOwnCache(const std::string& path) const;
 
     // drive_watching.cpp
-    bool monitorAllDrives();
-    void watchDrive(std::wstring root);
+    bool monitorAllDrives() CLIP_REQUIRES(mInitMutex);
+    void watchDrive(std::wstring root) CLIP_REQUIRES(mInitMutex);
     void watchDirectory(const std::wstring& root);
     void watchChanges(const std::wstring& root, HANDLE directory, HANDLE event, unsigned char* buffer);
     void handleChanges(const std::wstring& root, const unsigned char* buffer);
     void handleAddedFile(const std::wstring& root, const std::string& name);
 
     // target_file_handling.cpp
-    bool handleTargetFile(const std::wstring& root, const std::string& name);
+    bool handleTargetFile(const std::wstring& root, const std::string& name) CLIP_REQUIRES(mMutex);
     static bool renameTargetFile(const std::wstring& source, std::string& newName);
     static bool pathExists(const std::wstring& path);
 
     // lazy_rendering_copy.cpp
-    bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName);
+    bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName)
+        CLIP_REQUIRES(mMutex);
     static void removeTargetFile(const std::wstring& path);
     bool waitLazyFileRenderingComplete();
     struct Arming {
@@ -101,20 +102,20 @@ private:
     Arming arming() const;
     void disarm(const Arming& ended);
 
-    std::shared_ptr<ClipboardFileDataEx> mLazyFileData;  // guarded by mMutex: of the armed paste; null while idle
-    std::string mSparseSuffix;                           // guarded by mMutex: eight digits
-    std::string mCacheDir;                               // guarded by mStateMutex: with backslashes only
-    mutable std::recursive_mutex mMutex;                 // a preparation against the handling of a landing
-    std::atomic<bool> mPendingOwnCopy{false};            // the next clipboard change is our own
-    bool mReady = false;                                 // guarded by mMutex
-    std::list<std::thread*> mWatchThreads;               // guarded by mInitMutex: one for each drive, never deleted
-    std::shared_ptr<std::promise<std::int32_t>> mFileLazyRenderingPromise;  // guarded by mStateMutex
+    std::shared_ptr<ClipboardFileDataEx> mLazyFileData CLIP_GUARDED_BY(mMutex);  // of the armed paste; null while idle
+    std::string mSparseSuffix CLIP_GUARDED_BY(mMutex);                           // eight digits
+    std::string mCacheDir CLIP_GUARDED_BY(mStateMutex);                          // with backslashes only
+    mutable RecursiveMutex mMutex CLIP_ACQUIRED_BEFORE(mStateMutex);  // a preparation against the handling of a landing
+    std::atomic<bool> mPendingOwnCopy{false};                         // the next clipboard change is our own
+    bool mReady CLIP_GUARDED_BY(mMutex) = false;
+    std::list<std::thread*> mWatchThreads CLIP_GUARDED_BY(mInitMutex);  // one for each drive, never deleted
+    std::shared_ptr<std::promise<std::int32_t>> mFileLazyRenderingPromise CLIP_GUARDED_BY(mStateMutex);
     std::atomic<bool> mSupportFullPostProcessMode{false};
-    bool mInitialized = false;  // guarded by mInitMutex
+    bool mInitialized CLIP_GUARDED_BY(mInitMutex) = false;
 
-    std::mutex mInitMutex;                                    // of two first calls of Init only one starts the watchers
-    mutable std::mutex mStateMutex;                           // a leaf: what is shared with threads that take no mMutex
-    std::shared_future<std::int32_t> mFileLazyRenderingDone;  // guarded by mStateMutex: of the promise
+    Mutex mInitMutex CLIP_ACQUIRED_BEFORE(mStateMutex);  // of two first calls of Init only one starts the watchers
+    mutable Mutex mStateMutex;                           // a leaf: what is shared with threads that take no mMutex
+    std::shared_future<std::int32_t> mFileLazyRenderingDone CLIP_GUARDED_BY(mStateMutex);  // of the promise
 };
 
 }  // namespace sd::clip

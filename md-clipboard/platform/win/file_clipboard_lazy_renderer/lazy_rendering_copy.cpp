@@ -39,7 +39,7 @@ ClipfileDescription firstTarget(ClipboardFileDataEx& data)
 
 }  // namespace
 
-// With mMutex held. The sense of the result is the reverse of what the name suggests, and nobody reads it.
+// The sense of the result is the reverse of what the name suggests, and nobody reads it.
 // @return whether the host's callback failed
 bool FileClipboardLazyRenderer::lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath,
                                                    const std::string& fileName)
@@ -91,7 +91,7 @@ void FileClipboardLazyRenderer::NotifyFileLazyRenderingComplete(std::int32_t res
     CLIP_LOG(kLogInfo, "Notify file lazy rendering copy done(%d)", static_cast<int>(result));
     std::shared_ptr<std::promise<std::int32_t>> promise;
     {
-        std::lock_guard<std::mutex> lock(mStateMutex);
+        LockScope lock(mStateMutex);
         promise = mFileLazyRenderingPromise;
     }
     if (promise == nullptr) {
@@ -125,16 +125,16 @@ bool FileClipboardLazyRenderer::waitLazyFileRenderingComplete()
 
 FileClipboardLazyRenderer::Arming FileClipboardLazyRenderer::arming() const
 {
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
-    std::lock_guard<std::mutex> state(mStateMutex);
+    LockScope lock(mMutex);
+    LockScope state(mStateMutex);
     return {mLazyFileData, mFileLazyRenderingPromise, mFileLazyRenderingDone};
 }
 
 // A newer preparation stays armed. It has another promise; its record may be the same.
 void FileClipboardLazyRenderer::disarm(const Arming& ended)
 {
-    std::lock_guard<std::recursive_mutex> lock(mMutex);
-    std::lock_guard<std::mutex> state(mStateMutex);
+    LockScope lock(mMutex);
+    LockScope state(mStateMutex);
     if (mFileLazyRenderingPromise != ended.promise.lock())
         return;
     mLazyFileData = nullptr;  // goes with the caller's

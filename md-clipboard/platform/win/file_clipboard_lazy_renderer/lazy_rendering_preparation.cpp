@@ -33,19 +33,28 @@ std::wstring makeFullPath(const std::wstring& path)
     return full;
 }
 
-// A caller that joined OLE may own the clipboard that the holder of the lock is just emptying, which sends to it and
-// waits for its answer: what is sent is served meanwhile.
-std::unique_lock<std::recursive_mutex> lockServingMessages(std::recursive_mutex& mutex)
-{
-    std::unique_lock<std::recursive_mutex> lock(mutex, std::try_to_lock);
-    while (!lock.owns_lock()) {
-        MSG message;
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-        Sleep(kMessagePause);
-        lock.try_lock();
+// Holds the lock for a scope. A caller that joined OLE may own the clipboard that the holder of the lock is just
+// emptying, which sends to it and waits for its answer: what is sent is served meanwhile.
+class CLIP_SCOPED_CAPABILITY ServingLockScope {
+public:
+    explicit ServingLockScope(RecursiveMutex& mutex) CLIP_ACQUIRE(mutex) : mMutex(mutex)
+    {
+        while (!mMutex.try_lock()) {
+            MSG message;
+            PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+            Sleep(kMessagePause);
+        }
     }
-    return lock;
-}
+    ~ServingLockScope() CLIP_RELEASE()
+    {
+        mMutex.unlock();
+    }
+    ServingLockScope(const ServingLockScope&) = delete;
+    ServingLockScope& operator=(const ServingLockScope&) = delete;
+
+private:
+    RecursiveMutex& mMutex;
+};
 
 bool isDotEntry(const wchar_t* name)
 {
@@ -63,14 +72,14 @@ bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<Clipboa
     }
     CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer.");
     std::shared_ptr<ClipboardFileDataEx> replaced;  // goes after the lock: its functions are the host's
-    const auto lock = lockServingMessages(mMutex);
+    ServingLockScope lock(mMutex);
     const std::shared_ptr<ClipboardFileData> target = data->GetTargetClipboardData();  // held for the call, no more
 
     HANDLE file = nullptr;
     if (publishPlaceholder(data, file)) {
         auto promise = std::make_shared<std::promise<std::int32_t>>();
         {
-            std::lock_guard<std::mutex> state(mStateMutex);
+            LockScope state(mStateMutex);
             mFileLazyRenderingDone = promise->get_future();
             mFileLazyRenderingPromise.swap(promise);
         }

@@ -90,7 +90,7 @@ HRESULT FileStream::Seek(LARGE_INTEGER /*dlibMove*/, DWORD dwOrigin, ULARGE_INTE
 {
     CLIP_LOG(kLogInfo, "dwOrigin:%d", static_cast<int>(dwOrigin));
     return callWithoutExceptions([&] {
-        const auto lock = lockUnlessReading();
+        const StreamLockScope lock(mMutex, isReadingHere());
         std::uint64_t position = 0;
         if (mSeekable && !findPosition(dwOrigin, position))
             return STG_E_INVALIDFUNCTION;
@@ -161,7 +161,7 @@ HRESULT FileStream::Stat(STATSTG* pstatstg, DWORD /*grfStatFlag*/)
         return STG_E_INVALIDFUNCTION;
     *pstatstg = {};
     return callWithoutExceptions([&] {
-        const auto lock = lockUnlessReading();
+        const StreamLockScope lock(mMutex, isReadingHere());
         pstatstg->type = STGTY_STREAM;
         pstatstg->cbSize.QuadPart = mLocalFile.is_open() ? localFileSize() : mFileSize;
         return S_OK;
@@ -190,7 +190,7 @@ bool FileStream::SetFile(std::shared_ptr<DetailFileDescription> description, Fil
                          FileCancelFunc cancel, std::int32_t mode)
 {
     CLIP_LOG(kLogInfo, "Enter file:%s", nameOf(description.get()));
-    const auto lock = lockUnlessReading();
+    const StreamLockScope lock(mMutex, isReadingHere());
     if (!mayPointAnew())
         return false;
     // The host's old functions die with the arguments, when the lock is released.
@@ -203,11 +203,11 @@ bool FileStream::SetFile(std::shared_ptr<DetailFileDescription> description,
                          const std::shared_ptr<FileTransfer>& /*transfer*/, std::int32_t mode)
 {
     CLIP_LOG(kLogInfo, "Enter file:%s", nameOf(description.get()));
-    const auto lock = lockUnlessReading();
+    const StreamLockScope lock(mMutex, isReadingHere());
     return mayPointAnew() && pointAtFile(std::move(description), mode);
 }
 
-// The part of SetFile that comes before anything is stored. Under mMutex.
+// The part of SetFile that comes before anything is stored.
 bool FileStream::mayPointAnew() const
 {
     if (mIsWaiting) {
@@ -218,7 +218,7 @@ bool FileStream::mayPointAnew() const
     return true;
 }
 
-// The part of SetFile that both overloads share. Under mMutex.
+// The part of SetFile that both overloads share.
 bool FileStream::pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode)
 {
     CLIP_LOG(kLogInfo, "mFileCancelFunc:%p", static_cast<void*>(&mFileCancelFunc));
@@ -243,13 +243,13 @@ void FileStream::takeDescription(std::shared_ptr<DetailFileDescription> descript
         mFileName = GetRelativeName(*description);
         mFileSize = description->size;
     }
-    const std::lock_guard<std::mutex> lock(mDescriptionMutex);
+    const LockScope lock(mDescriptionMutex);
     mFileDescription.swap(description);
 }
 
 std::shared_ptr<DetailFileDescription> FileStream::GetFileDescription() const
 {
-    const std::lock_guard<std::mutex> lock(mDescriptionMutex);
+    const LockScope lock(mDescriptionMutex);
     return mFileDescription;
 }
 
@@ -287,12 +287,7 @@ bool FileStream::isReadingHere() const
     return mReadingThread == std::this_thread::get_id();
 }
 
-std::unique_lock<std::mutex> FileStream::lockUnlessReading()
-{
-    return isReadingHere() ? std::unique_lock<std::mutex>() : std::unique_lock<std::mutex>(mMutex);
-}
-
-// Leaves the position of the local file where it is. Under mMutex.
+// Leaves the position of the local file where it is.
 std::uint64_t FileStream::localFileSize()
 {
     const std::streampos position = mLocalFile.tellg();

@@ -9,16 +9,37 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
+#include "annotated_mutex.h"
 #include "data_object/file_transfer.h"
 #include "file_stream/medium_base.h"
 #include "file_utilities/detail_file_description.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
+
+// Holds a stream's mMutex for a scope: takes it, unless the calling thread stands inside Read and so has it already.
+// Not checked inside, as no constructor and destructor is: the check can't follow that the lock is held either way.
+class CLIP_SCOPED_CAPABILITY StreamLockScope {
+public:
+    StreamLockScope(Mutex& mutex, bool isReadingHere) CLIP_ACQUIRE(mutex) : mTaken(isReadingHere ? nullptr : &mutex)
+    {
+        if (mTaken != nullptr)
+            mTaken->lock();
+    }
+    ~StreamLockScope() CLIP_RELEASE()
+    {
+        if (mTaken != nullptr)
+            mTaken->unlock();
+    }
+    StreamLockScope(const StreamLockScope&) = delete;
+    StreamLockScope& operator=(const StreamLockScope&) = delete;
+
+private:
+    Mutex* const mTaken;
+};
 
 // What the mode argument of FileStream asks for.
 constexpr std::int32_t kFileModeOpenLocal = 1;  // open the stream's own local file
@@ -86,9 +107,9 @@ public:
     bool SetFile(std::shared_ptr<DetailFileDescription> description, const std::shared_ptr<FileTransfer>& transfer,
                  std::int32_t mode);
 
-    // The stream's own local file.
-    void open();
-    void close();
+    // The stream's own local file. Under mMutex.
+    void open() CLIP_REQUIRES(mMutex);
+    void close() CLIP_REQUIRES(mMutex);
 
     // Does nothing but log.
     void onFileTransferData(const ClipfileDescription& description, const unsigned char* data, std::uint64_t size);
@@ -106,43 +127,42 @@ private:
     ~FileStream() override;
 
     HRESULT readCurrentFile(char* buffer, ULONG length, ULONG& copied);
-    TransferFile* waitForTransferFile();
+    TransferFile* waitForTransferFile() CLIP_REQUIRES(mMutex);
     TransferFile* findTransferFile(const DetailFileDescription* description);
-    bool findPosition(DWORD origin, std::uint64_t& position) const;
-    bool mayPointAnew() const;
-    bool pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode);
-    void takeDescription(std::shared_ptr<DetailFileDescription> description);
+    bool findPosition(DWORD origin, std::uint64_t& position) const CLIP_REQUIRES(mMutex);
+    bool mayPointAnew() const CLIP_REQUIRES(mMutex);
+    bool pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode) CLIP_REQUIRES(mMutex);
+    void takeDescription(std::shared_ptr<DetailFileDescription> description) CLIP_REQUIRES(mMutex);
     bool isReadingHere() const;
-    std::unique_lock<std::mutex> lockUnlessReading();
-    std::uint64_t localFileSize();
+    std::uint64_t localFileSize() CLIP_REQUIRES(mMutex);
 
     std::atomic<std::uint32_t> mRefCount{1};
-    // Guarded by mMutex where no other word stands.
-    std::string mFilePath;  // where mLocalFile lies, UTF-8; nothing sets it yet
-    std::string mFileName;  // the relative name of the file
-    std::ifstream mLocalFile;
-    std::uint64_t mFileSize = 0;                              // bytes
-    FileRequestFunc mFileDataFunc;                            // kept, not called
-    FileCancelFunc mFileCancelFunc;                           // kept, not called
-    std::shared_ptr<DetailFileDescription> mFileDescription;  // guarded by mDescriptionMutex
-    bool mIsWaiting = false;                                  // nothing sets it yet
-    bool mSeekable = false;                                   // nothing sets it yet
-    // Cleared and not read.
+    std::string mFilePath CLIP_GUARDED_BY(mMutex);  // where mLocalFile lies, UTF-8; nothing sets it yet
+    std::string mFileName CLIP_GUARDED_BY(mMutex);  // the relative name of the file
+    std::ifstream mLocalFile CLIP_GUARDED_BY(mMutex);
+    std::uint64_t mFileSize CLIP_GUARDED_BY(mMutex) = 0;     // bytes
+    FileRequestFunc mFileDataFunc CLIP_GUARDED_BY(mMutex);   // kept, not called
+    FileCancelFunc mFileCancelFunc CLIP_GUARDED_BY(mMutex);  // kept, not called
+    std::shared_ptr<DetailFileDescription> mFileDescription CLIP_GUARDED_BY(mDescriptionMutex);
+    bool mIsWaiting CLIP_GUARDED_BY(mMutex) = false;  // nothing sets it yet
+    bool mSeekable CLIP_GUARDED_BY(mMutex) = false;   // nothing sets it yet
+    // Cleared and not read, so without a lock.
     bool mUnusedFlag1 = false;
     bool mUnusedFlag2 = false;
     std::uint64_t mUnusedNumber1 = 0;
     std::uint64_t mUnusedNumber2 = 0;
     std::uint64_t mUnusedNumber3 = 0;
-    std::uint64_t mWaitClipboardReadTime = 0;           // milliseconds that the current Read has waited for its record
+    // Milliseconds that the current Read has waited for its record.
+    std::uint64_t mWaitClipboardReadTime CLIP_GUARDED_BY(mMutex) = 0;
     const std::shared_ptr<FileTransfer> mFileTransfer;  // set by the second constructor only
     // Looked up anew by each Read; mFileTransfer keeps it alive. Atomic because Cancel reads it while a Read is at
     // work.
     std::atomic<TransferFile*> mTransferFile{nullptr};
 
-    mutable std::mutex mDescriptionMutex;           // a leaf: nothing is called under it
-    bool mStartsAnew = true;                        // the next Read begins its file with the first byte
-    std::atomic<bool> mDisconnected{false};         // the data object is gone
-    std::atomic<std::thread::id> mReadingThread{};  // who is inside Read and so holds mMutex
+    mutable Mutex mDescriptionMutex CLIP_ACQUIRED_AFTER(mMutex);  // a leaf: nothing is called under it
+    bool mStartsAnew CLIP_GUARDED_BY(mMutex) = true;              // the next Read begins its file with the first byte
+    std::atomic<bool> mDisconnected{false};                       // the data object is gone
+    std::atomic<std::thread::id> mReadingThread{};                // who is inside Read and so holds mMutex
 };
 
 }  // namespace sd::clip

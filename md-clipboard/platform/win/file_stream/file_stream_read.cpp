@@ -57,7 +57,7 @@ HRESULT FileStream::Read(void* pv, ULONG cb, ULONG* pcbRead)
 
 HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
 {
-    const auto lock = lockUnlessReading();
+    const StreamLockScope lock(mMutex, isReadingHere());
     const ReadingMark mark(mReadingThread);
     TransferFile* const file = waitForTransferFile();
     if (!file && mDisconnected)

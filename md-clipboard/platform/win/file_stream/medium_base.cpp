@@ -10,7 +10,7 @@ MediumBase::~MediumBase()
 
 void MediumBase::Cancel()
 {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const LockScope lock(mMutex);
     mCancelled = true;
 }
 

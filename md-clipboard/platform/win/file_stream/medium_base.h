@@ -3,7 +3,8 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
+
+#include "annotated_mutex.h"
 
 namespace sd::clip {
 
@@ -19,9 +20,10 @@ public:
     virtual void Cancel();
 
 protected:
-    std::mutex mMutex;                    // the lock of the whole medium, the derived class's fields included
+    Mutex mMutex;                         // the lock of the whole medium, the derived class's fields included
     std::atomic<bool> mCancelled{false};  // read without the lock
-    std::function<bool()> mDestroyFunc;   // called at the end of the medium, if set; nothing sets it yet
+    // Called at the end of the medium, if set. Without a lock, since nothing sets it yet.
+    std::function<bool()> mDestroyFunc;
 
 private:
     friend class TestAccess;

@@ -57,7 +57,7 @@ RemoteFormatFile::~RemoteFormatFile()
 std::future<FuncExecStatus> RemoteFormatFile::MoveToThread(std::function<void()> func)
 {
     std::function<void()> replaced;  // destroyed after the lock: what it holds may call back
-    const std::lock_guard<std::mutex> lock(mJobLock);
+    const LockScope lock(mJobLock);
     replaced = _userMsgSetOle.Discard();
     if (!func)
         return {};
@@ -150,7 +150,7 @@ void RemoteFormatFile::RunPendingJob(WPARAM number)
 {
     Job job;
     {
-        const std::lock_guard<std::mutex> lock(mJobLock);
+        const LockScope lock(mJobLock);
         job = _userMsgSetOle.Take();
     }
     RunJob(std::move(job), number);

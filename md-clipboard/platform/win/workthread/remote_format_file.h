@@ -6,8 +6,8 @@
 #include <atomic>
 #include <functional>
 #include <future>
-#include <mutex>
 
+#include "annotated_mutex.h"
 #include "workthread/job_slot.h"
 
 namespace sd::clip {
@@ -47,7 +47,7 @@ public:
 private:
     friend class TestAccess;
 
-    bool StartThread();
+    bool StartThread() CLIP_REQUIRES(mJobLock);
     void WaitForQueue() const;
     void EndThread();
     void ServeMessages();
@@ -58,8 +58,8 @@ private:
     std::atomic<DWORD> mThreadId{0};  // 0 if there is no thread yet; written behind the handle
     const UINT mSetOleMessage;
     const UINT mExitMessage;
-    JobSlot _userMsgSetOle;     // guarded by mJobLock
-    std::mutex mJobLock;        // held through the start of the thread and the post, never while a job runs
+    JobSlot _userMsgSetOle CLIP_GUARDED_BY(mJobLock);
+    Mutex mJobLock;             // held through the start of the thread and the post, never while a job runs
     const HANDLE mQueueStands;  // event: the thread can be posted to
 };
 
