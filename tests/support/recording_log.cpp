@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <utility>
 
 #include "lumora_log.h"
 #include "support/journal.h"
@@ -94,6 +95,12 @@ std::vector<LogLine> RecordingLog::lines()
 {
     std::lock_guard<std::mutex> lock(storage().mutex);
     return storage().lines;
+}
+
+std::vector<LogLine> RecordingLog::take()
+{
+    std::lock_guard<std::mutex> lock(storage().mutex);
+    return std::exchange(storage().lines, {});
 }
 
 std::vector<std::string> RecordingLog::messages(int level)

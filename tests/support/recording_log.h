@@ -30,6 +30,9 @@ public:
     static void clear();
     static std::vector<LogLine> lines();
 
+    // The same, and clears: no line that comes meanwhile is lost.
+    static std::vector<LogLine> take();
+
     // Messages of one level, or of all (0), in their order.
     static std::vector<std::string> messages(int level = 0);
 

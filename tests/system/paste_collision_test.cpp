@@ -1,34 +1,12 @@
 // What else happens to the clipboard around a paste: other pastes, other lists, other programs' copies.
-#include "clip_paste/offered_files.h"
-#include "example_support/joined_ole.h"
-#include "example_support/message_pump.h"
 #include "guest_paste.h"
-#include "reading_application.h"
+#include "pausing_application.h"
 #include "sha256.h"
 #include "support/recording_log.h"
-#include "support/test_roles.h"
 
 namespace {
 
 constexpr std::size_t kSlice = 1048576;
-constexpr wchar_t kReadOn[] = L"application-reads-on";
-
-// Reads the first piece of the first file, and all the rest when it is told to. Between the two it is in no call, so
-// that others are served. Prints the sums.
-const TestRole pausingRole("pause-after-a-piece", [](const std::vector<std::string>&) {
-    const HANDLE readOn = OpenEventW(SYNCHRONIZE, FALSE, kReadOn);
-    const JoinedOle ole;
-    const OfferedFiles offered;
-    auto stream = offered.openContents(0);
-    std::string bytes = readPiece(*stream.Get());
-    printLine("began");
-    if (!pumpMessagesUntil(readOn, 60000))
-        return 1;
-    printLine(sha256Of(bytes + readToEnd(*stream.Get())));
-    for (std::size_t i = 1; i < offered.files().size(); ++i)
-        printLine(sha256Of(readToEnd(*offered.openContents(i).Get())));
-    return 0;
-});
 
 const char kRefusedContents[] = "asking for the contents gives 0x80040064";  // DV_E_FORMATETC
 
@@ -89,9 +67,8 @@ TEST_F(PasteCollision, ASecondPasteDuringAPasteIsRefusedAndTheFirstCompletes)
 {
     const auto list = makeHeldList();
     ASSERT_TRUE(offer(list));
-    const HANDLE readOn = CreateEventW(nullptr, TRUE, FALSE, kReadOn);
-    ChildProcess first = ChildProcess::inRole(L"pause-after-a-piece");
-    EXPECT_TRUE(first.waitForOutput("began\n"));
+    PausingApplication first;
+    EXPECT_TRUE(first.waitForFirstPiece());
     EXPECT_TRUE(mGate.waitForArrival());
 
     EXPECT_EQ(paste(L"second"), kPasteFailed);
@@ -99,15 +76,13 @@ TEST_F(PasteCollision, ASecondPasteDuringAPasteIsRefusedAndTheFirstCompletes)
     EXPECT_EQ(RecordingLog::count(6, "Detect new copy while copy event processing, ignore."), 1);
 
     // The guest goes on when the first application does: before, its deliveries would find a silent reader.
-    SetEvent(readOn);
-    CloseHandle(readOn);
+    first.readOn();
     EXPECT_TRUE(RecordingLog::waitForLine(5, "Wait slice file..", 30000));
     mGate.open();
-    EXPECT_EQ(first.waitForExit(60000), 0U);
-    std::string expected = "began\n";
+    std::string expected;
     for (const GuestFile& file : list->files())
         expected += sha256Of(file.bytes) + "\n";
-    EXPECT_EQ(first.output(), expected);
+    EXPECT_EQ(first.waitForSums(), expected);
 
     EXPECT_EQ(paste(L"third"), kPasteWritten) << mOutput;
     expectPasted(*list, L"third");
