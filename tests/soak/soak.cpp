@@ -13,6 +13,7 @@
 
 #include "example_support/utf8_arguments.h"
 #include "soak_actions.h"
+#include "support/guarded_heap.h"
 #include "support/journal.h"
 #include "support/test_roles.h"
 
@@ -30,7 +31,6 @@ struct Options {
     double minutes = 0.5;
     std::uint64_t seed = std::random_device()();
     std::string only;
-    bool ignoreGrowth = false;
 };
 
 std::atomic<const char*> gAction{"nothing"};
@@ -203,7 +203,7 @@ int soak(const Options& options)
         summary.add(action, stage.host().hold(), seconds);
     }
     const int leaks = summary.print(stage.figures(), secondsSince(begin));
-    return leaks == 0 || options.ignoreGrowth ? 0 : kExitFailure;
+    return leaks == 0 ? 0 : kExitFailure;
 }
 
 // @return false if there is nothing more to do, because the command line asks for help or is wrong
@@ -213,7 +213,6 @@ bool readOptions(Options& options, int& exitCode)
     app.add_option("--minutes", options.minutes, "How long; parts of minutes are taken too")->capture_default_str();
     app.add_option("--seed", options.seed, "That of an earlier run, for the same actions in the same order");
     app.add_option("--only", options.only, "Only this action, again and again");
-    app.add_flag("--ignore-growth", options.ignoreGrowth, "Succeed in spite of leaks, where the heap checks itself");
     try {
         const auto arguments = readUtf8Arguments();
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // takes the last one first
@@ -228,6 +227,7 @@ bool readOptions(Options& options, int& exitCode)
 
 int main(int argc, char** argv)
 {
+    guardHeapIfAsked();
     try {
         if (const auto code = runTestRole(argc, argv))
             return *code;
