@@ -6,11 +6,24 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
+std::shared_ptr<FileRequest> gEarlier;
+std::atomic<decltype(&OleSetClipboard)> gSet{nullptr};
+
+// The end of the earlier list's transfer, at the moment in which the clipboard holds the new list already.
+HRESULT WINAPI setAndEndTheEarlier(IDataObject* object)
+{
+    const HRESULT result = gSet.load()(object);
+    if (object != nullptr && SUCCEEDED(result))
+        ClipboardImpl::instance()->resetOleclipboardOf(*gEarlier);
+    return result;
+}
+
 class NewerCopy : public LiveTransfer {
 protected:
     ~NewerCopy() override
     {
         onWorkThread([this] { mHeld.Reset(); });
+        gEarlier.reset();
     }
 
     // With an application that holds the data object: it outlives its place on the clipboard.
@@ -94,4 +107,31 @@ TEST_F(NewerCopy, StaysWhereItIsTheGuestsNextList)
     onWorkThread([this] { EXPECT_EQ(getContents(*mHeld.Get(), 0), DV_E_FORMATETC); });
     expectNothingEmptied();
     EXPECT_TRUE(isListOnClipboard());
+}
+
+TEST_F(NewerCopy, StaysWhileItIsStillBeingInstalled)
+{
+    offer();
+    gEarlier = TestAccess::notedObject(*mEngine)->GetRequest();
+    const ImportHook<decltype(&OleSetClipboard)> hook(nullptr, "OleSetClipboard", &setAndEndTheEarlier);
+    gSet = hook.real();
+    offer();
+    EXPECT_TRUE(isListOnClipboard());
+}
+
+// The counterpart: the earlier list stays where the new one can't be installed, and ends as any other.
+TEST_F(NewerCopy, ThatCouldNotBeInstalledLeavesTheEarlierListToItsEnd)
+{
+    offer();
+    gEarlier = TestAccess::notedObject(*mEngine)->GetRequest();
+    {
+        const ImportHook<decltype(&OleSetClipboard)> hook(
+            nullptr, "OleSetClipboard", +[](IDataObject* object) -> HRESULT {
+                return object != nullptr ? CLIPBRD_E_CANT_SET : CO_E_NOTINITIALIZED;
+            });
+        EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, mGuest.record));
+    }
+    EXPECT_TRUE(isListOnClipboard());
+    onWorkThread([] { ClipboardImpl::instance()->resetOleclipboardOf(*gEarlier); });
+    EXPECT_FALSE(isListOnClipboard());
 }
