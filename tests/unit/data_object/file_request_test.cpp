@@ -129,6 +129,26 @@ TEST_F(FileRequestTest, ACancelAfterTheEndDoesNothing)
     EXPECT_NE(mRequest->GetClipboardData(), nullptr);
 }
 
+TEST_F(FileRequestTest, TheDataLockIsHeldWhileTheHostsPasteAndRequestFunctionsRun)
+{
+    bool duringPaste = false;
+    bool duringRequest = false;
+    mGuest.record->SetOLEClipboardPasteFunc([&] {
+        duringPaste = isDataLockTaken();
+        return true;
+    });
+    mGuest.record->SetFileFuncs(
+        [&](const ClipfileDescription&, const FileDataSink&) {
+            duringRequest = isDataLockTaken();
+            return std::string();
+        },
+        nullptr);
+    EXPECT_TRUE(start());
+    EXPECT_TRUE(duringPaste);
+    EXPECT_TRUE(duringRequest);
+    EXPECT_FALSE(isDataLockTaken());
+}
+
 TEST_F(FileRequestTest, NoLockIsHeldWhileTheHostsCancelFunctionRuns)
 {
     // Another thread delivers while the cancel function runs and waits for it; under a lock neither would go on.
