@@ -4,6 +4,7 @@
 #include "clip_data_object_fixture.h"
 #include "data_object_fixture.h"
 #include "support/child_process.h"
+#include "support/import_hook.h"
 #include "support/test_roles.h"
 
 using namespace sd::clip;
@@ -135,6 +136,13 @@ TEST_F(ClipDataObjectFormats, TheAsyncFlagIsOneInABlockWhateverTheMedium)
         ReleaseStgMedium(&medium);
     }
     EXPECT_TRUE(mGuest.requested.empty());
+}
+
+TEST_F(ClipDataObjectFormats, WithoutMemoryForTheAsyncFlagTheAnswerSaysSo)
+{
+    const ImportHook<decltype(&GlobalAlloc)> hook(
+        nullptr, "GlobalAlloc", +[](UINT, SIZE_T) -> HGLOBAL { return nullptr; });
+    EXPECT_EQ(mOffer.getData(kAsyncFlag, -1, TYMED_HGLOBAL), E_OUTOFMEMORY);
 }
 
 // ---- Formats of the platform's object ----

@@ -97,6 +97,11 @@ public:
         return *file._userMsgSetOle.mJob.promise;
     }
 
+    static std::chrono::seconds longestInstall(const ClipboardImpl& engine)
+    {
+        return engine.mLongestInstall;
+    }
+
     static std::vector<const void*> members(const ClipboardImpl& engine)
     {
         return {
