@@ -196,7 +196,11 @@ TEST(BuiltFiles, NameNoFolderOfTheMachineThatBuiltThem)
 
 TEST(BuiltFiles, NameTheSourcesByTheirPlaceInTheRepository)
 {
-    EXPECT_TRUE(builtFile("md-clipboard.dll").contains("md-clipboard/platform/win/clipboard_win/clipboard_impl.cpp"));
+    for (const char* source : {"clipboard_win/clipboard_impl.cpp", "data_object/transfer_file.cpp",
+                               "file_stream/file_stream.cpp", "file_utilities/clip_file_list.cpp",
+                               "file_clipboard_lazy_renderer/drive_watching.cpp", "workthread/remote_format_file.cpp"})
+        EXPECT_TRUE(builtFile("md-clipboard.dll").contains(std::string("md-clipboard/platform/win/") + source))
+            << source;
 }
 
 #endif

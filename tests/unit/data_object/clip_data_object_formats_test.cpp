@@ -4,6 +4,7 @@
 #include "clip_data_object_fixture.h"
 #include "data_object_fixture.h"
 #include "support/child_process.h"
+#include "support/import_hook.h"
 #include "support/test_roles.h"
 
 using namespace sd::clip;
@@ -72,6 +73,35 @@ const TestRole longName("long-name", [](const std::vector<std::string>&) {
     return 0;
 });
 
+constexpr DWORD kFastFail = 0xC0000409;
+
+std::vector<ULONG_PTR> reasonsOfFastFails(const std::wstring& role)
+{
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    std::wstring command = L"\"" + path + L"\" --role " + role;
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE,
+                               DEBUG_ONLY_THIS_PROCESS | CREATE_NO_WINDOW, nullptr, nullptr, &startup, &process));
+    std::vector<ULONG_PTR> reasons;
+    DEBUG_EVENT event = {};
+    constexpr DWORD kPatience = 30000;  // milliseconds
+    while (event.dwDebugEventCode != EXIT_PROCESS_DEBUG_EVENT && WaitForDebugEvent(&event, kPatience)) {
+        const EXCEPTION_RECORD& exception = event.u.Exception.ExceptionRecord;
+        const bool isException = event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT;
+        if (isException && exception.ExceptionCode == kFastFail)
+            reasons.push_back(exception.ExceptionInformation[0]);
+        const bool isBreak = isException && exception.ExceptionCode == EXCEPTION_BREAKPOINT;  // the one of its start
+        ContinueDebugEvent(event.dwProcessId, event.dwThreadId, isBreak ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED);
+    }
+    TerminateProcess(process.hProcess, 1);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return reasons;
+}
+
 }  // namespace
 
 // ---- Queries and the enumerator ----
@@ -135,6 +165,13 @@ TEST_F(ClipDataObjectFormats, TheAsyncFlagIsOneInABlockWhateverTheMedium)
         ReleaseStgMedium(&medium);
     }
     EXPECT_TRUE(mGuest.requested.empty());
+}
+
+TEST_F(ClipDataObjectFormats, WithoutMemoryForTheAsyncFlagTheAnswerSaysSo)
+{
+    const ImportHook<decltype(&GlobalAlloc)> hook(
+        nullptr, "GlobalAlloc", +[](UINT, SIZE_T) -> HGLOBAL { return nullptr; });
+    EXPECT_EQ(mOffer.getData(kAsyncFlag, -1, TYMED_HGLOBAL), E_OUTOFMEMORY);
 }
 
 // ---- Formats of the platform's object ----
@@ -220,5 +257,14 @@ TEST(ClipDataObjectRecords, ARichTextIsAskedForItsItemsByTheEnumeratorOnly)
 
 TEST(ClipDataObjectRecords, ANameOf260UnitsEndsTheProcess)
 {
-    EXPECT_EQ(ChildProcess::inRole(L"long-name").waitForExit(), 0xC0000409u);
+    EXPECT_EQ(ChildProcess::inRole(L"long-name").waitForExit(), kFastFail);
+}
+
+// The exit code does not tell the reason, so this program debugs the other.
+TEST(ClipDataObjectRecords, ANameOf260UnitsEndsTheProcessAsAnInvalidArgument)
+{
+    constexpr ULONG_PTR kInvalidArgument = 5;
+    const auto reasons = reasonsOfFastFails(L"long-name");
+    ASSERT_EQ(reasons.size(), 1u);
+    EXPECT_EQ(reasons[0], kInvalidArgument);
 }

@@ -149,6 +149,34 @@ TEST_F(ClipDataObjectTest, AfterACancelItActsAsWithoutARecord)
     EXPECT_EQ(mOffer.enumerate(formats), E_NOTIMPL);
 }
 
+TEST_F(ClipDataObjectTest, ATerminatorAtTheEndOfANameStandsInItsKeyAndInNoLine)
+{
+    const std::string name("a.txt\0", 6);
+    const ClipfileDescription file = GuestList::makeFile(name, 3);
+    FileDataSink sink;
+    const auto record = std::make_shared<ClipboardFileDataImpl>();
+    record->SetFiles({file});
+    record->SetFileFuncs(
+        [&](const ClipfileDescription& asked, FileDataSink given) {
+            EXPECT_EQ(asked.fileName, name);
+            sink = std::move(given);
+            return std::string();
+        },
+        nullptr);
+    const OfferedRecord offer(record);
+    ComPtr<IStream> stream;
+    ASSERT_EQ(offer.getContents(0, &stream), S_OK);
+    unsigned char bytes[] = {'a', 'b', 'c'};
+    sink(file, bytes, sizeof bytes);
+    EXPECT_EQ(read(*stream.Get(), 100), "abc");
+    ASSERT_NE(offer.request->GetTransferFile(file), nullptr);
+    EXPECT_EQ(offer.request->GetTransferFile(file)->mFileKey, name);
+    EXPECT_EQ(offer.request->GetTransferFile(GuestList::makeFile("a.txt", 3)), nullptr);
+    EXPECT_EQ(RecordingLog::count(5, "startRequestFileData:a.txt mRequestFileState:0"), 1);
+    EXPECT_EQ(RecordingLog::count(5, "Download a.txt finish."), 1);
+    EXPECT_EQ(RecordingLog::count(5, "a.txt copied finish."), 1);
+}
+
 TEST_F(ClipDataObjectTest, AnApplicationThatSleepsFourSecondsBetweenTwoReadsHasCancelledThePaste)
 {
     const HeartbeatClock clock;

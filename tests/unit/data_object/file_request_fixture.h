@@ -6,15 +6,40 @@
 #include <ctime>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "data_object/transfer_file.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
 #include "guest_list.h"
 #include "support/recording_log.h"
+
+namespace sd::clip {
+
+class TestAccess {
+public:
+    static DataLock& dataLock(FileRequest& request)
+    {
+        return request.mDataLock;
+    }
+};
+
+}  // namespace sd::clip
+
+// Whether another thread than the caller would have to wait for the lock.
+template <class Lock>
+bool isTaken(Lock& lock)
+{
+    const auto tryIt = [&lock] {
+        const std::unique_lock<Lock> taken(lock, std::try_to_lock);
+        return !taken.owns_lock();
+    };
+    return std::async(std::launch::async, tryIt).get();
+}
 
 // A request without a data object and an application: the test asks, delivers and reads.
 class FileRequestTest : public testing::Test {
@@ -56,6 +81,11 @@ protected:
     {
         sd::clip::gReadState = sd::clip::ReadState::kBetweenReads;
         sd::clip::gLastReadTime = static_cast<std::int64_t>(std::time(nullptr)) - seconds;
+    }
+
+    bool isDataLockTaken() const
+    {
+        return isTaken(sd::clip::TestAccess::dataLock(*mRequest));
     }
 
     sd::clip::TransferFile* record(std::size_t index)

@@ -129,6 +129,26 @@ TEST_F(FileRequestTest, ACancelAfterTheEndDoesNothing)
     EXPECT_NE(mRequest->GetClipboardData(), nullptr);
 }
 
+TEST_F(FileRequestTest, TheDataLockIsHeldWhileTheHostsPasteAndRequestFunctionsRun)
+{
+    bool duringPaste = false;
+    bool duringRequest = false;
+    mGuest.record->SetOLEClipboardPasteFunc([&] {
+        duringPaste = isDataLockTaken();
+        return true;
+    });
+    mGuest.record->SetFileFuncs(
+        [&](const ClipfileDescription&, const FileDataSink&) {
+            duringRequest = isDataLockTaken();
+            return std::string();
+        },
+        nullptr);
+    EXPECT_TRUE(start());
+    EXPECT_TRUE(duringPaste);
+    EXPECT_TRUE(duringRequest);
+    EXPECT_FALSE(isDataLockTaken());
+}
+
 TEST_F(FileRequestTest, NoLockIsHeldWhileTheHostsCancelFunctionRuns)
 {
     // Another thread delivers while the cancel function runs and waits for it; under a lock neither would go on.
@@ -169,4 +189,25 @@ TEST_F(FileRequestTest, AFailureReportWithoutAStreamDoesItsOtherSteps)
 {
     mRequest->NotifyFileTransferFailed();
     EXPECT_EQ(RecordingLog::count(5, "Cancel file stream wait."), 1);
+}
+
+TEST_F(FileRequestTest, ItGoesWithItsRecordsOnceNoStreamAndNoSinkHoldsIt)
+{
+    auto request = std::make_shared<FileRequest>();
+    const std::weak_ptr<FileRequest> watched = request;
+    request->SetClipboardData(mGuest.record);
+    bool rejected = false;
+    ASSERT_TRUE(request->startRequestFileData(mGuest.files[0], rejected));
+    mGuest.deliver(0, "01234");
+    Microsoft::WRL::ComPtr<FileStream> stream;
+    *stream.GetAddressOf() =
+        new FileStream(std::make_shared<DetailFileDescription>(mGuest.files[0]), request, kFileModeTransfer);
+    request->SetStream(stream.Get());
+    request->Cut();
+    request.reset();
+    EXPECT_FALSE(watched.expired());
+    mGuest.sink = nullptr;
+    EXPECT_FALSE(watched.expired());  // somebody may be reading
+    stream.Reset();
+    EXPECT_TRUE(watched.expired());
 }

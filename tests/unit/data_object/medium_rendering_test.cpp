@@ -207,3 +207,19 @@ TEST(AsyncFlag, WithoutMemoryTheAnswerSaysSo)
     EXPECT_EQ(RenderAsyncFlag(medium), E_OUTOFMEMORY);
     EXPECT_EQ(medium.hGlobal, nullptr);
 }
+
+TEST(AsyncFlag, ABlockThatCanNotBeLockedIsFreedAndCountsAsNoMemory)
+{
+    static HGLOBAL freed = nullptr;
+    const ImportHook<decltype(&GlobalLock)> lock(
+        nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; });
+    const ImportHook<decltype(&GlobalFree)> hook(
+        nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
+            freed = block;
+            return nullptr;
+        });
+    STGMEDIUM medium = {};
+    EXPECT_EQ(RenderAsyncFlag(medium), E_OUTOFMEMORY);
+    EXPECT_NE(freed, nullptr);
+    EXPECT_EQ(medium.hGlobal, nullptr);
+}

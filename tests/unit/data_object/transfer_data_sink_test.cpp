@@ -3,7 +3,9 @@
 #include <chrono>
 #include <filesystem>
 #include <future>
+#include <map>
 
+#include "data_object/data_lock.h"
 #include "data_object/slice_path.h"
 #include "file_request_fixture.h"
 #include "heartbeat_clock.h"
@@ -277,6 +279,36 @@ TEST_F(TransferDataSink, AskingForALaterFileDoesNotWaitForADelivery)
     EXPECT_EQ(asked.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     held.letGo();
     EXPECT_FALSE(asked.get());
+}
+
+TEST_F(TransferDataSink, AReaderAndTheGatesDoNotWaitForADelivery)
+{
+    start();
+    HeldDelivery held(mGuest, 0);
+    auto asked = std::async(std::launch::async, [this] { return mRequest->IsDataTransfering() ? record(0) : nullptr; });
+    EXPECT_EQ(asked.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    held.letGo();
+    EXPECT_NE(asked.get(), nullptr);
+}
+
+TEST_F(TransferDataSink, ItsEventsAreRaisedUnderTheDataLockAndNotUnderThatOfASlice)
+{
+    std::map<std::string, int> underLock;
+    mGuest.listener->duringEvent = [&](const RecordedEvent& event) {
+        constexpr int kWrong = 100;
+        underLock[event.operation] += DataLockScope::isHeldByThisThread() && isDataLockTaken() ? 1 : kWrong;
+        for (std::size_t i = 0; i < mGuest.files.size(); ++i)
+            EXPECT_FALSE(record(i) != nullptr && isTaken(record(i)->mSliceMutex)) << event.operation;
+    };
+    start();
+    underLock.clear();
+    addStream();
+    deliverAll();
+    fallSilent(3);
+    mGuest.deliver(0, "x");
+    mGuest.listener->duringEvent = nullptr;
+    EXPECT_EQ(underLock,
+              (std::map<std::string, int>{{"cancelTransfer", 1}, {"endClipboardFile", 2}, {"transferFinish", 3}}));
 }
 
 TEST_F(TransferDataSink, TheSinkMayOutliveEverythingElse)

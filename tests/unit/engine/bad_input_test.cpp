@@ -158,6 +158,15 @@ TEST_F(BadInput, AFileRecordOfTheHostsOwnClassOffersNothing)
     expectNothingOffered(2);
 }
 
+TEST_F(BadInput, AFileRecordThatCanHaveNoTargetIsRefusedByThePlaceholderRoute)
+{
+    const auto record = std::make_shared<ForeignRecord>();
+    record->SetFiles(mGuest.files);
+    RecordingLog::clear();
+    EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, record));
+    EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"No file record to render lazily"});
+}
+
 TEST_F(BadInput, AnEmptyListHasAnEmptyDescriptorAndNoContents)
 {
     const auto record = std::make_shared<ClipboardFileDataImpl>();

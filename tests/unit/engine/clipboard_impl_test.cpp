@@ -4,7 +4,9 @@
 #include <ole2.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
+#include <type_traits>
 
 #include "engine_access.h"
 #include "support/child_process.h"
@@ -16,6 +18,9 @@
 #include "support/watched_drives.h"
 
 using namespace sd::clip;
+
+// Detached threads use it until the process ends.
+static_assert(!std::is_destructible_v<ClipboardImpl>);
 
 namespace {
 
@@ -74,6 +79,7 @@ TEST(ClipboardImpl, StartsWithTheValuesThatHostsAreTold)
     EXPECT_FALSE(TestAccess::supported(engine));
     ASSERT_EQ(TestAccess::formatMap(engine).size(), 1u);
     EXPECT_EQ(TestAccess::formatMap(engine).at(ClipboardFormat::File), static_cast<UINT>(CF_HDROP));
+    EXPECT_EQ(TestAccess::longestInstall(engine), std::chrono::hours(1));
 }
 
 TEST(ClipboardImpl, MembersStandInTheirOrder)

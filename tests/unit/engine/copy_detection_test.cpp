@@ -331,3 +331,21 @@ TEST(CopyDetectionForReal, ItSeesFilesWithoutOpeningTheClipboard)
                                         "log 5 Try to match lazy render cache file for copy: C:\\windows", "close",
                                         "enumerate", "log 5 Add clipformat:6, cfformat:15"}));
 }
+
+TEST(CopyDetectionForReal, MoreThanAHundredFormatsAreReportedAsAnEmptyList)
+{
+    ClipboardImpl& engine = TestAccess::makeEngine();
+    const auto listener = std::make_shared<RecordingListener>();
+    engine.SetListener(listener);
+    engine.SetFileClipboardSupported(true);
+    ClipboardOwner owner;
+    owner.open();
+    owner.addDropList({L"C:\\windows"});
+    for (int i = 0; i < 100; ++i)
+        owner.addBlock(RegisterClipboardFormatW((L"format " + std::to_wstring(i)).c_str()), "x", 1);
+    owner.close();
+    TestAccess::detectCopy(engine);
+    EXPECT_EQ(listener->reports(), std::vector<Formats>{kNothing});
+    EXPECT_EQ(RecordingLog::count(6, "GetUpdatedClipboardFormats return error, error code 122"), 1);
+    owner.putNothing();
+}

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "clipboard_win/clipboard_impl.h"
+#include "workthread/remote_format_file.h"
 
 namespace sd::clip {
 
@@ -88,6 +89,17 @@ public:
     static void setLongestInstall(ClipboardImpl& engine, std::chrono::seconds longest)
     {
         engine.mLongestInstall = longest;
+    }
+
+    // Of the job that waits for the work thread.
+    static std::promise<FuncExecStatus>& waitingPromise(RemoteFormatFile& file)
+    {
+        return *file._userMsgSetOle.mJob.promise;
+    }
+
+    static std::chrono::seconds longestInstall(const ClipboardImpl& engine)
+    {
+        return engine.mLongestInstall;
     }
 
     static std::vector<const void*> members(const ClipboardImpl& engine)

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "support/import_hook.h"
+
 using sd::clip::GlobalLockScope;
 
 namespace {
@@ -51,6 +53,15 @@ TEST(GlobalLockScope, TextWithoutATerminatorEndsWithItsBlock)
 {
     const HGLOBAL block = makeBlock(L"abcdefgh", 16);
     EXPECT_EQ(GlobalLockScope(block).textUpToTerminator(), L"abcdefgh");
+    GlobalFree(block);
+}
+
+TEST(GlobalLockScope, TextIsBoundedByWhatTheSystemSaysOfItsBlock)
+{
+    const HGLOBAL block = makeBlock(L"abcdefg", 16);  // so that nothing behind the block can end the text
+    const ImportHook<decltype(&GlobalSize)> hook(
+        nullptr, "GlobalSize", +[](HGLOBAL) -> SIZE_T { return 3 * sizeof(wchar_t); });
+    EXPECT_EQ(GlobalLockScope(block).textUpToTerminator(), L"abc");
     GlobalFree(block);
 }
 

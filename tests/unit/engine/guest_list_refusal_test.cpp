@@ -3,6 +3,7 @@
 #include <ole2.h>
 
 #include "../data_object/guest_list.h"
+#include "data_object/file_request.h"
 #include "engine_access.h"
 #include "support/clipboard_owner.h"
 #include "support/recording_log.h"
@@ -81,6 +82,19 @@ TEST_F(GuestListRefusal, TheGatesComeBeforeTheNamesAreLookedAt)
     EXPECT_EQ(mGuest.listener->events()[0].message, "received guest file list but guest not support");
 }
 
+TEST_F(GuestListRefusal, TheGateOfARunningTransferComesBeforeTheNamesToo)
+{
+    bool rejected = false;
+    const auto request = TestAccess::notedObject(*mEngine)->GetRequest();
+    ASSERT_TRUE(request->startRequestFileData(mGuest.files[0], rejected));
+    mGuest.listener->clear();
+    EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::File, listWith("..\\a", 1)));
+    EXPECT_EQ(RecordingLog::messages(6),
+              std::vector<std::string>{"not support set clipboard when file is transfering"});
+    ASSERT_EQ(mGuest.listener->events().size(), 1u);
+    EXPECT_EQ(mGuest.listener->events()[0].message, "received guest file list when some file is transferring, ignore");
+}
+
 TEST_F(GuestListRefusal, TheLazyRouteRefusesAfterItsFirstLine)
 {
     EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, listWith("C:\\a", 1)));
@@ -90,6 +104,21 @@ TEST_F(GuestListRefusal, TheLazyRouteRefusesAfterItsFirstLine)
               (std::vector<std::string>{"Refuse guest file list, entry 1: its name begins with a drive"}));
     EXPECT_TRUE(RecordingLog::messages(7).empty());
     EXPECT_TRUE(mGuest.listener->events().empty());
+}
+
+// No descriptor is made of its names.
+TEST_F(GuestListRefusal, OnTheLazyRouteSizesCountAndLongNamesDoNot)
+{
+    EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, listWith("a", UINT64_MAX)));
+    EXPECT_EQ(RecordingLog::count(6, "Refuse guest file list, entry 1: its size is too large"), 1);
+    RecordingLog::clear();
+    EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::FileLazy, listWith(std::string(260, 'a'), 1)));
+    EXPECT_FALSE(RecordingLog::hasLine(6, "Refuse guest file list"));
+}
+
+TEST_F(GuestListRefusal, ATerminatorAtTheEndOfANameIsHonest)
+{
+    EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, listWith(std::string("a.txt\0", 6), 1)));
 }
 
 TEST_F(GuestListRefusal, AnHonestListAfterARefusedOneIsTaken)

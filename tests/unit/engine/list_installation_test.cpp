@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "clipboard_writing_fixture.h"
+#include "workthread/remote_format_file.h"
 
 using namespace sd::clip;
 
@@ -57,6 +58,24 @@ TEST_F(ListInstallation, AFutureWithoutAStateYieldsFalseAndNoEvent)
     EXPECT_NE(TestAccess::notedObject(*mEngine), nullptr);
 }
 
+TEST_F(ListInstallation, AnErrorOfAFutureThatComesWhileTheJobIsPlacedIsCaughtToo)
+{
+    set();
+    mGuest.listener->clear();
+    {
+        const ImportHook<decltype(&PostThreadMessageW)> hook(
+            nullptr, "PostThreadMessageW", +[](DWORD, UINT, WPARAM, LPARAM) -> BOOL { return TRUE; });
+        RemoteFormatFile& thread = RemoteFormatFile::Instance();
+        const auto waiting = thread.MoveToThread([] {});
+        TestAccess::waitingPromise(thread).set_value(FuncExecStatus::Executed);  // so it can't be discarded
+        EXPECT_FALSE(set());
+    }
+    EXPECT_TRUE(RecordingLog::hasLine(6, "handle future error code 3, "));
+    EXPECT_TRUE(mGuest.listener->events().empty());
+    EXPECT_TRUE(set());
+    EXPECT_TRUE(isListOnClipboard());
+}
+
 TEST_F(ListInstallation, AThreadThatCanNotJoinOleIsLoggedTwice)
 {
     {
@@ -85,7 +104,7 @@ TEST_F(ListInstallation, AnObjectThatGivesNoInterfaceIsLoggedWithBothNumbers)
     EXPECT_TRUE(isListOnClipboard());
 }
 
-TEST_F(ListInstallation, AFailedOleSetClipboardIsLoggedWithTheQuerysResult)
+TEST_F(ListInstallation, AFailedOleSetClipboardIsLoggedWithTheQuerysResultAndKeepsItsObject)
 {
     {
         const ImportHook<decltype(&OleSetClipboard)> hook(
@@ -96,6 +115,13 @@ TEST_F(ListInstallation, AFailedOleSetClipboardIsLoggedWithTheQuerysResult)
         expectCompleteInVain();
     }
     EXPECT_EQ(RecordingLog::count(5, "OleSetClipboard return 0  error code : 1234"), 1);
+    ClipDataObject* const kept = TestAccess::notedObject(*mEngine);
+    ASSERT_NE(kept, nullptr);
     EXPECT_TRUE(set());
     EXPECT_TRUE(isListOnClipboard());
+    // Nobody holds it any more, and it stays: its one reference is nobody's.
+    EXPECT_EQ(RecordingLog::count(5, "destroy " + printAddress(kept)), 0);
+    EXPECT_EQ(kept->AddRef(), 2u);
+    kept->Release();
+    EXPECT_EQ(kept->Release(), 0u);
 }

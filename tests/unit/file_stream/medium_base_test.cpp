@@ -5,6 +5,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace sd::clip {
@@ -27,6 +28,8 @@ public:
     {
         return {&medium.mMutex, &medium.mCancelled, &medium.mDestroyFunc};
     }
+
+    static_assert(std::is_same_v<decltype(MediumBase::mCancelled), std::atomic<bool>>, "it is read without the lock");
 };
 
 }  // namespace sd::clip

@@ -69,6 +69,13 @@ const std::wstring kNoSuchDrives(L"Q:\\\0R:\\\0\0", 9);
 
 }  // namespace
 
+TEST(FileClipboardLazyRenderer, MembersStandInTheirOrder)
+{
+    const auto members = TestAccess::members(makeRenderer());
+    for (std::size_t i = 1; i < members.size(); ++i)
+        EXPECT_LT(members[i - 1], members[i]) << "member " << i;
+}
+
 TEST(FileClipboardLazyRenderer, TheModeIsOffAtFirstAndTakesEachValue)
 {
     FileClipboardLazyRenderer renderer;

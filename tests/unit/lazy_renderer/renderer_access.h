@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <future>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -132,6 +135,26 @@ public:
     {
         return renderer.waitLazyFileRenderingComplete();
     }
+
+    static std::vector<const void*> members(const Renderer& renderer)
+    {
+        return {&renderer.mLazyFileData,
+                &renderer.mSparseSuffix,
+                &renderer.mCacheDir,
+                &renderer.mMutex,
+                &renderer.mPendingOwnCopy,
+                &renderer.mReady,
+                &renderer.mWatchThreads,
+                &renderer.mFileLazyRenderingPromise,
+                &renderer.mSupportFullPostProcessMode,
+                &renderer.mInitialized,
+                &renderer.mInitMutex,
+                &renderer.mStateMutex,
+                &renderer.mFileLazyRenderingDone};
+    }
+
+    static_assert(std::is_same_v<decltype(Renderer::mWatchThreads), std::list<std::thread*>>,
+                  "watchers run as long as the process, so nothing ends them");
 };
 
 }  // namespace sd::clip

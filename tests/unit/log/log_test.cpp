@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 #include "support/recording_log.h"
 
 using sd::clip::logBaseName;
+
+static_assert(std::is_same_v<decltype(&lumoraLogPrint), void (*)(int, int, const char*, const char*, ...)>,
+              "somebody else's log.dll is called so");
 
 TEST(Log, ALineHasTheCommonPrefixAndThenItsOwnArguments)
 {

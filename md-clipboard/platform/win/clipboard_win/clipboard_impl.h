@@ -96,11 +96,16 @@ private:
 
     // clipboard_writing.cpp
     class PendingObject;
+    struct InstalledList {
+        std::weak_ptr<FileRequest> request;
+        HWND owner = nullptr;  // the clipboard's, right after; null if that was another program's already
+    };
     bool setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount);
     std::future_status installOnWorkThread(const std::shared_ptr<PendingObject>& pending);
     std::future_status waitForWorkThread(const std::future<FuncExecStatus>& done) const;
     void setCurrentOleDataObject(PendingObject& pending);
     bool setOleDataObject(ClipDataObject* object);
+    InstalledList noteInstalled(InstalledList list);
     bool isOnClipboard(const FileRequest& request) const;
     std::shared_ptr<FileRequest> currentRequest() const;
     bool forgetRequest(const std::shared_ptr<FileRequest>& request);
@@ -129,9 +134,8 @@ private:
 
     // Of the noted data object. The gates ask it, and not the object, which may be dying on another thread.
     std::shared_ptr<FileRequest> mFileRequest CLIP_GUARDED_BY(mStateMutex);
-    // Whose object went on the clipboard last, and the clipboard's owner right after.
-    std::weak_ptr<FileRequest> mInstalledRequest CLIP_GUARDED_BY(mStateMutex);
-    HWND mInstalledOwner CLIP_GUARDED_BY(mStateMutex) = nullptr;
+    // Whose object went on the clipboard last. None while another one is on its way there.
+    InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
     std::chrono::seconds mLongestInstall{3600};  // no lock: constant
     std::atomic<DWORD> mClipboardOpener{0};      // the thread that Open opened the clipboard on; 0 if there is none
 };

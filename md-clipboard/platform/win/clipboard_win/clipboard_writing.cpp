@@ -188,29 +188,35 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     }
     const std::shared_ptr<FileRequest> request = object->GetRequest();
     object->Release();
+    // The new list has the same owner, so the end of the earlier one's transfer would empty it before it is noted.
+    const InstalledList earlier = noteInstalled({});
     const HRESULT set = setWhenClosed(data);
     if (FAILED(set)) {
         // The first number is the query's, as it always was. The object stays, with a reference that nobody holds.
         CLIP_LOG(kLogInfo, "OleSetClipboard return %d  error code : %d", static_cast<int>(queried),
                  static_cast<int>(GetLastError()));
+        noteInstalled(earlier);
         return false;
     }
     const bool isOurs = OleIsCurrentClipboard(data) == S_OK;  // another program may have copied meanwhile
-    {
-        LockScope lock(mStateMutex);
-        mInstalledRequest = request;
-        mInstalledOwner = isOurs ? GetClipboardOwner() : nullptr;
-    }
+    noteInstalled({request, isOurs ? GetClipboardOwner() : nullptr});
     data->Release();
     CLIP_LOG(kLogInfo, "OLE Clipboard Set Done\n");
     return true;
 }
 
+// @return what was noted before
+ClipboardImpl::InstalledList ClipboardImpl::noteInstalled(InstalledList list)
+{
+    LockScope lock(mStateMutex);
+    return std::exchange(mInstalled, std::move(list));
+}
+
 bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
 {
     LockScope lock(mStateMutex);
-    return mInstalledRequest.lock().get() == &request && mInstalledOwner != nullptr &&
-           GetClipboardOwner() == mInstalledOwner;
+    return mInstalled.request.lock().get() == &request && mInstalled.owner != nullptr &&
+           GetClipboardOwner() == mInstalled.owner;
 }
 
 void ClipboardImpl::resetOleclipboardOf(const FileRequest& request)
