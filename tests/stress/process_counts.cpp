@@ -41,12 +41,11 @@ void countRelease(void* block)
 }  // namespace
 
 // Asks for every number that a handle can have: Wine's GetProcessHandleCount answers 0.
-std::size_t countHandles()
+std::size_t countHandles(std::uintptr_t most)
 {
-    constexpr std::uintptr_t kMost = 0x10000;
     constexpr std::uintptr_t kStep = 4;
     std::size_t count = 0;
-    for (std::uintptr_t number = kStep; number < kMost; number += kStep) {
+    for (std::uintptr_t number = kStep; number < most; number += kStep) {
         DWORD flags = 0;
         count += GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) ? 1 : 0;
     }

@@ -4,11 +4,13 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "support/import_hook.h"
 
-std::size_t countHandles();
+// @param most only handles with numbers below it count; the platform gives the lowest free number
+std::size_t countHandles(std::uintptr_t most = 0x10000);
 std::size_t countThreads();
 
 // Counts the blocks of memory that this program and the given module hold together; what one of them makes the other

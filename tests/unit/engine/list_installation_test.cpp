@@ -24,6 +24,13 @@ protected:
         EXPECT_FALSE(isListOnClipboard());
         EXPECT_FALSE(RecordingLog::hasLine(5, "OLE Clipboard Set Done"));
     }
+
+    // It has died, and the engine has forgotten it. That of a failed OleSetClipboard stays.
+    void expectNoObjectLeft()
+    {
+        EXPECT_EQ(TestAccess::notedObject(*mEngine), nullptr);
+        EXPECT_TRUE(RecordingLog::hasLine(5, "destroy "));
+    }
 };
 
 }  // namespace
@@ -84,6 +91,7 @@ TEST_F(ListInstallation, AThreadThatCanNotJoinOleIsLoggedTwice)
         expectCompleteInVain();
     }
     EXPECT_EQ(RecordingLog::messages(6), (Messages{"ole initialize failed", "OLE Clipboard data init fail. ret:-1\n"}));
+    expectNoObjectLeft();
     EXPECT_TRUE(set());
     EXPECT_TRUE(isListOnClipboard());
 }
@@ -100,6 +108,7 @@ TEST_F(ListInstallation, AnObjectThatGivesNoInterfaceIsLoggedWithBothNumbers)
         expectCompleteInVain();
     }
     EXPECT_EQ(RecordingLog::messages(6), Messages{"QueryInterface return -2147467262 error code: 1234"});
+    expectNoObjectLeft();
     EXPECT_TRUE(set());
     EXPECT_TRUE(isListOnClipboard());
 }

@@ -210,6 +210,19 @@ TEST_F(FakeWalk, WhenNothingCanBeListedTheEntryKnowsNothing)
     EXPECT_TRUE(RecordingLog::messages().empty());
 }
 
+// An empty path before the pattern would name the root of the drive.
+TEST_F(FakeWalk, ADirectoryWhosePathCannotBeConvertedIsNotWalked)
+{
+    listing.addDirectory(L"");
+    listing.addFile(L"", L"secret.txt");
+    const ImportHook<decltype(&MultiByteToWideChar)> hook(
+        nullptr, "MultiByteToWideChar", +[](UINT, DWORD, LPCCH, int, LPWSTR, int) -> int { return 0; });
+    TestAccess::traverse(list, "C:\\dir", "C:\\");
+    EXPECT_EQ(listing.patterns, Patterns());
+    EXPECT_EQ(relativeNames(list), Names{"dir"});
+    EXPECT_EQ(TestAccess::allFiles(list).front().attributes, 0u);
+}
+
 TEST_F(FakeWalk, TheRootItselfNeverBecomesAnEntry)
 {
     TestAccess::traverse(list, "C:\\dir", "C:\\dir");

@@ -177,6 +177,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     const int initialized = object->DataObjectInit();
     if (initialized < 0) {
         CLIP_LOG(kLogError, "OLE Clipboard data init fail. ret:%d\n", initialized);
+        object->Release();  // nobody else knows it
         return false;
     }
     IDataObject* data = nullptr;
@@ -184,6 +185,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     if (FAILED(queried)) {
         CLIP_LOG(kLogError, "QueryInterface return %d error code: %d", static_cast<int>(queried),
                  static_cast<int>(GetLastError()));
+        object->Release();
         return false;
     }
     const std::shared_ptr<FileRequest> request = object->GetRequest();

@@ -103,7 +103,8 @@ void ClipFileList::TraverseDirectory(const std::string& path, const std::string&
     auto walk = std::make_unique<Walk>();
     std::wstring directory = Utf8ToWide(path);
     removeTrailingNuls(directory);
-    walk->directories.push_back(std::move(directory));
+    if (!directory.empty())  // it could not be converted; before a pattern it would name the root of the drive
+        walk->directories.push_back(std::move(directory));
     while (!walk->directories.empty()) {
         directory = std::move(walk->directories.back());
         walk->directories.pop_back();

@@ -1,0 +1,279 @@
+#include "sweep_host.h"
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "example_support/wine_stream_fix.h"
+#include "sd/clip/clipboard_data.h"
+#include "stress/stress_paster.h"
+#include "sweep_log.h"
+#include "swept_imports.h"
+
+using namespace sd::clip;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr DWORD kPause = 5;  // milliseconds
+constexpr std::uint32_t kFailed = 1;
+constexpr std::size_t kLargeSize = 1200000;  // two slices
+
+// A name that ends in a dot and eight digits.
+bool isPlaceholder(const std::wstring& name)
+{
+    constexpr std::size_t kSuffix = 9;
+    return name.size() > kSuffix && name[name.size() - kSuffix] == L'.' &&
+           std::all_of(name.end() - kSuffix + 1, name.end(), [](wchar_t unit) { return unit >= L'0' && unit <= L'9'; });
+}
+
+}  // namespace
+
+SweepHost& SweepHost::shared()
+{
+    static auto& host = *new SweepHost;
+    return host;
+}
+
+SweepHost::SweepHost()
+    : mDll(GetModuleHandleW(L"md-clipboard.dll")),
+      mRuntimeHandles(mDll),
+      mBlocks(mDll),
+      mWindowFix(mDll),
+      mClipboardFix(mDll),
+      mShield(mDll),
+      mClock(mDll),
+      mReads(LazyReads::shared()),
+      mLog(mDll, "lumoraLogPrint", SweepLog::function()),
+      mListener(std::make_shared<RecordingListener>()),
+      mCache(mFolder.utf8Path() + "/cache/")
+{
+    SweptImports::replaceIn(mDll);
+    mListener->duringFormats = [](const std::vector<ClipboardFormat>&) { SweepLog::noteReport(); };
+    std::replace(mCache.begin(), mCache.end(), '\\', '/');
+    mFolder.addFile(L"copied\\file.txt", "copied");
+    mFolder.addFile(L"copied\\tree\\a\\b\\c.txt", "c");
+    mFolder.addFile(L"copied\\tree\\d.txt", "d");
+    mFolder.addFolder(L"landing");
+    mCopyThread.run([this] {
+        mOwner = std::make_unique<ClipboardOwner>();
+        mCopyWindow = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    });
+    for (const PumpingThread* const thread : {&mHostThread, &mPasteThread})
+        thread->run([] { OleInitialize(nullptr); });
+    mPasteThread.run([] { const WineStreamFix fixedAsLongAsTheThreadLives; });
+    emptyClipboard();
+}
+
+void SweepHost::start()
+{
+    constexpr int kLongestStart = 3000;  // milliseconds
+    if (mClipboard == nullptr)
+        mClipboard = Clipboard::Get();
+    if (mClipboard == nullptr)
+        return;
+    mClipboard->SetListener(mListener);
+    mClipboard->SetFileClipboardSupported(true);
+    mWindowThread.run([this] {
+        SetLastError(0);
+        mClipboard->Init();
+    });
+    mClipboard->InitFileLazyRenderer(mCache);
+    if (SweepLog::has(" Init end."))
+        waitUntil([] { return SweepLog::has("Sync clipboard to client end."); }, kLongestStart);
+    std::size_t lines = 0;
+    waitUntil(
+        [&lines] {
+            Sleep(10 * kPause);
+            return std::exchange(lines, SweepLog::lines().size()) == SweepLog::lines().size();
+        },
+        kLongestStart);
+    awaitQuiet();
+}
+
+bool SweepHost::waitForWatchers() const
+{
+    return mReads.waitForWatcher(L'C') && mReads.waitForWatcher(L'D');
+}
+
+// The thread that owns what was copied goes on to pump: who empties the clipboard sends a message to it.
+bool SweepHost::copy(const std::function<void()>& put)
+{
+    constexpr int kLongestOpen = 3000;  // milliseconds
+    return waitUntil(
+        [&] {
+            bool isOpen = false;
+            mCopyThread.run([&] {
+                isOpen = OpenClipboard(mCopyWindow) != FALSE;
+                if (!isOpen)
+                    return;
+                EmptyClipboard();
+                put();
+                CloseClipboard();
+            });
+            return isOpen;
+        },
+        kLongestOpen);
+}
+
+bool SweepHost::copyFiles()
+{
+    return copy([this] {
+        mOwner->addDropList({mFolder.path() + L"\\copied\\file.txt", mFolder.path() + L"\\copied\\tree"});
+    });
+}
+
+bool SweepHost::emptyClipboard()
+{
+    return copy([] {});
+}
+
+// Under Wine, a folder is watched only once it was opened as one.
+std::wstring SweepHost::landOn(wchar_t drive)
+{
+    const fs::path target = drive == L'C' ? mFolder.path() + L"\\landing" : mOther.path();
+    lookIntoFolder(mFolder.path());
+    lookIntoFolder(target.wstring());
+    std::error_code ignored;
+    for (fs::directory_iterator entry(fs::u8path(mCache), ignored), end; entry != end; entry.increment(ignored)) {
+        const std::wstring name = entry->path().filename().wstring();
+        const std::wstring copied = (target / name).wstring();
+        if (!isPlaceholder(name))
+            continue;
+        DeleteFileW(copied.c_str());
+        mReads.forget(copied);
+        return CopyFileW(entry->path().c_str(), copied.c_str(), FALSE) ? copied : std::wstring();
+    }
+    return {};
+}
+
+std::shared_ptr<GuestList> SweepHost::makeList()
+{
+    const std::vector<GuestFile> files = {
+        {"", "large.bin", makeBytes(kLargeSize)}, {"", "empty.bin", ""}, {"folder", "small.bin", makeBytes(5)}};
+    return std::make_shared<GuestList>(files, Delivery());
+}
+
+bool SweepHost::offer(const std::shared_ptr<GuestList>& list)
+{
+    bool taken = false;
+    mLists.push_back(list);
+    mHostThread.run([&] { taken = mClipboard->SetClipboardData(ClipboardFormat::File, list->makeRecord()); });
+    return taken;
+}
+
+bool SweepHost::offerLazily(const std::shared_ptr<LazyList>& list)
+{
+    bool taken = false;
+    mHostThread.run(
+        [&] { taken = mClipboard->SetClipboardData(ClipboardFormat::FileLazy, list->makeRecord({"report.txt"})); });
+    return taken;
+}
+
+std::size_t SweepHost::receiveFiles()
+{
+    std::size_t count = 0;
+    mHostThread.run([&] {
+        const auto record =
+            std::dynamic_pointer_cast<ClipboardFileDataImpl>(mClipboard->GetClipboardData(ClipboardFormat::File));
+        count = record != nullptr ? record->GetFiles().size() : 0;
+    });
+    return count;
+}
+
+void SweepHost::removeCache() const
+{
+    std::error_code ignored;
+    fs::remove_all(fs::u8path(mCache), ignored);
+}
+
+// A change is in the window thread's queue when it was made, so that thread is asked first.
+void SweepHost::awaitQuiet() const
+{
+    constexpr int kQuietPauses = 3;
+    constexpr int kLongest = 10000;  // milliseconds
+    int pauses = 0;
+    int detections = -1;
+    waitUntil(
+        [&] {
+            mWindowThread.run([] {});
+            const bool isQuiet = SweepLog::runningDetections() == 0 && SweepLog::detections() == detections;
+            detections = SweepLog::detections();
+            pauses = isQuiet ? pauses + 1 : 0;
+            return pauses == kQuietPauses;
+        },
+        kLongest);
+}
+
+void SweepHost::calmDown()
+{
+    mHostThread.run([this] { mClipboard->NotifyFileTransferFailed(kFailed); });
+    for (const auto& each : mLists) {
+        if (const auto list = each.lock())
+            list->end();
+    }
+    mLists.clear();
+    emptyClipboard();
+    awaitQuiet();
+}
+
+std::vector<std::string> SweepHost::tryEverything()
+{
+    std::vector<std::string> problems;
+    if (mClipboard == nullptr)
+        return {"there is no engine"};
+    calmDown();
+    tryCopy(problems);
+    tryPaste(problems);
+    tryLanding(problems);
+    calmDown();
+    return problems;
+}
+
+void SweepHost::tryCopy(std::vector<std::string>& problems)
+{
+    mListener->clear();
+    if (!copyFiles() || !mListener->waitForFiles())
+        problems.emplace_back("the next copy is not reported");
+    awaitQuiet();
+    const std::size_t count = receiveFiles();
+    if (count != kCopiedFiles)
+        problems.push_back("the next copy has " + std::to_string(count) + " files");
+}
+
+void SweepHost::tryPaste(std::vector<std::string>& problems)
+{
+    const auto list = makeList();
+    if (!offer(list))
+        problems.emplace_back("the next list is refused");
+    awaitQuiet();
+    std::map<std::wstring, std::string> pasted;
+    inApplication([&] { pasted = StressPaster::pasteAll(); });
+    if (pasted.size() != list->files().size() || pasted[L"large.bin"] != list->files()[0].bytes ||
+        !pasted[L"empty.bin"].empty() || pasted[L"folder\\small.bin"] != list->files()[2].bytes)
+        problems.emplace_back("the next paste is not whole");
+    awaitQuiet();
+}
+
+// A drive whose watcher failed is not watched again, as told. A watcher passes over the last of several changes that
+// came at once, so one landing may go unseen.
+void SweepHost::tryLanding(std::vector<std::string>& problems)
+{
+    constexpr int kAttempts = 3;
+    constexpr int kLongestLanding = 1500;  // milliseconds
+    const auto list = std::make_shared<LazyList>();
+    if (!offerLazily(list))
+        problems.emplace_back("the next placeholder is not made");
+    awaitQuiet();
+    for (int i = 0; i < kAttempts; ++i) {
+        for (const wchar_t drive : {L'C', L'D'}) {
+            const std::wstring path = landOn(drive);
+            const bool landed = !path.empty() && list->waitForLandings(1, kLongestLanding);
+            DeleteFileW(path.c_str());
+            if (landed)
+                return;
+        }
+    }
+    problems.emplace_back("the next placeholder does not land");
+}
