@@ -97,7 +97,7 @@ TEST_F(DataObject, TextNeedsNoPlatformObject)
 
 TEST_F(DataObject, AForeignFormatGetsThePlatformObjectsAnswer)
 {
-    ShellObject shell;
+    ShellObject& shell = mShell;
     shell.answer = kShellsAnswer;
     const WithShell platform({&shell});
     FORMATETC format = formatOf(kForeignFormat);
@@ -127,7 +127,7 @@ TEST_F(DataObject, AForeignFormatGetsThePlatformObjectsAnswer)
 
 TEST_F(DataObject, ThePlatformObjectIsReleasedWithTheObject)
 {
-    ShellObject shell;
+    ShellObject& shell = mShell;
     const WithShell platform({&shell});
     EXPECT_EQ(mClass->EnsureShellDataObject(), S_OK);
     EXPECT_EQ(shell.references, 1u);
@@ -137,7 +137,7 @@ TEST_F(DataObject, ThePlatformObjectIsReleasedWithTheObject)
 
 TEST_F(DataObject, EnsuringTwiceMakesOnePlatformObject)
 {
-    ShellObject shell;
+    ShellObject& shell = mShell;
     const WithShell platform({&shell}, S_FALSE);
     EXPECT_EQ(mClass->EnsureShellDataObject(), S_FALSE);  // what the platform answered
     EXPECT_EQ(mClass->EnsureShellDataObject(), S_OK);
@@ -158,7 +158,7 @@ TEST_F(DataObject, WithoutAPlatformObjectEachOperationRefusesInItsOwnWay)
     EXPECT_EQ(gShellCalls, 4u);  // each call tries again
     EXPECT_EQ(TestAccess::shell(*mClass), nullptr);
 
-    ShellObject shell;
+    ShellObject& shell = mShell;
     shell.answer = S_OK;
     const WithShell later({&shell});
     EXPECT_EQ(mObject->QueryGetData(&format), S_OK);
@@ -176,8 +176,8 @@ TEST_F(DataObject, APlatformThatSucceedsWithNothingCountsAsAFailure)
 
 TEST_F(DataObject, TwoFirstCallsAtOnceKeepOnePlatformObjectAndReleaseTheOther)
 {
-    ShellObject first;
-    ShellObject second;
+    ShellObject& first = mShell;
+    ShellObject& second = mOtherShell;
     const WithShell platform({&first, &second}, S_OK, giveToTwoAtOnce);
     std::thread other([this] { EXPECT_EQ(mClass->EnsureShellDataObject(), S_OK); });
     EXPECT_EQ(mClass->EnsureShellDataObject(), S_OK);
@@ -254,7 +254,7 @@ TEST_F(DataObject, NobodyIsAdvisedAndNothingTouched)
 
 TEST_F(DataObject, NullPointersAreRefused)
 {
-    ShellObject shell;
+    ShellObject& shell = mShell;
     const WithShell platform({&shell});
     FORMATETC format = formatOf(kForeignFormat);
     STGMEDIUM medium = dirtyMedium();

@@ -238,3 +238,27 @@ TEST(ClipDataObjectRecords, TakingARecordIsLoggedWithTheShortPrefix)
     EXPECT_EQ(RecordingLog::lines()[0].message, "SetClipboardData format:6");
     object->Release();
 }
+
+TEST_F(ClipDataObjectTest, ItsOperationsOnATransferAreThoseOfItsRequest)
+{
+    auto* const object = new ClipDataObject;
+    object->SetClipboardData(mGuest.record);
+    FileTransfer& transfer = *object;
+    EXPECT_EQ(transfer.GetRequestFileState(), RequestFileState::kRequestIdle);
+    EXPECT_FALSE(transfer.IsDataTransfering());
+    bool rejected = true;
+    EXPECT_TRUE(transfer.startRequestFileData(mGuest.files[1], rejected));
+    EXPECT_FALSE(rejected);
+    EXPECT_EQ(transfer.GetRequestFileState(), RequestFileState::kRequesting);
+    EXPECT_TRUE(transfer.IsDataTransfering());
+    EXPECT_EQ(transfer.GetTransferFile(mGuest.files[1]), nullptr);
+    mGuest.deliver(1, "01");
+    ASSERT_NE(transfer.GetTransferFile(mGuest.files[1]), nullptr);
+    EXPECT_EQ(transfer.GetTransferFile(mGuest.files[1])->mReadySize, 2);
+    transfer.NotifyFileTransferFailed();
+    EXPECT_EQ(RecordingLog::count(5, "Cancel file stream wait."), 1);
+    transfer.CancelRemoteTransfer();
+    EXPECT_EQ(mGuest.cancelled, std::vector<std::string>{"file1"});
+    EXPECT_FALSE(transfer.IsDataTransfering());
+    EXPECT_EQ(object->Release(), 0u);
+}

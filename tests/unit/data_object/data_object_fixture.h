@@ -61,6 +61,14 @@ public:
     std::vector<std::string> calls;
     std::atomic<ULONG> references{1};  // the test holds it by value, so nothing deletes it
 
+    ShellObject() = default;
+    ~ShellObject()
+    {
+        EXPECT_LE(references, 1u);  // who still holds it would release what is gone
+    }
+    ShellObject(const ShellObject&) = delete;
+    ShellObject& operator=(const ShellObject&) = delete;
+
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override
     {
         *object = nullptr;
@@ -174,6 +182,8 @@ protected:
         *mObject.GetAddressOf() = mClass;  // Attach adds a reference with MinGW's headers
     }
 
+    ShellObject mShell;  // before what may hold it
+    ShellObject mOtherShell;
     CDataObject* const mClass = new CDataObject;
     ComPtr<IDataObject> mObject;
 };

@@ -40,6 +40,26 @@ TEST_F(FileRequestTest, ASecondRequestIsDeclinedWithoutARejection)
     EXPECT_EQ(RecordingLog::count(5, "File is requesting or finished, dont need start request again!"), 1);
 }
 
+TEST_F(FileRequestTest, ASecondRequestDuringTheQuestionIsDeclinedAtOnce)
+{
+    bool rejected = true;
+    mGuest.record->SetOLEClipboardPasteFunc([&] {
+        EXPECT_FALSE(std::async(std::launch::async, [&] { return start(&rejected); }).get());
+        return true;
+    });
+    EXPECT_TRUE(start());
+    EXPECT_FALSE(rejected);
+    EXPECT_EQ(mGuest.requested.size(), 1u);
+}
+
+TEST_F(FileRequestTest, ARecordWithoutFilesIsNotRequested)
+{
+    mRequest->SetClipboardData(std::make_shared<ClipboardTextDataImpl>());
+    EXPECT_FALSE(start());
+    EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestIdle);
+    EXPECT_TRUE(mGuest.requested.empty());
+}
+
 TEST_F(FileRequestTest, AVetoLeavesTheStateAndIsAskedAgain)
 {
     int asked = 0;
