@@ -43,7 +43,9 @@ public:
 
 private:
     void count();
+    void countInChild();
     void takeCount(const std::string& output);
+    void leaveToOtherRoutes();
     void sweep();
     std::size_t endOfGroup(std::size_t begin) const;
     std::size_t sweepFrom(std::size_t begin);
