@@ -26,19 +26,6 @@ void setAwaited(std::string what)
     gAwaited = std::move(what);
 }
 
-// Names, with the sums of those that are files.
-std::map<std::string, std::string> sumsBelow(const fs::path& folder)
-{
-    std::map<std::string, std::string> sums;
-    if (!fs::is_directory(folder))
-        return sums;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
-        const std::wstring path = entry.path().wstring();
-        sums[toUtf8(path.substr(folder.wstring().size() + 1))] = entry.is_directory() ? "folder" : sha256OfFile(path);
-    }
-    return sums;
-}
-
 // The same of what should be there.
 std::map<std::string, std::string> sumsOf(const std::vector<GuestFile>& files)
 {

@@ -13,6 +13,7 @@
 #include "stress_log.h"
 #include "stress_paster.h"
 #include "support/recording_listener.h"
+#include "support/wait_until.h"
 
 using namespace sd::clip;
 namespace fs = std::filesystem;
@@ -37,18 +38,6 @@ __time64_t tellMovedTime(__time64_t* seconds)
     if (seconds != nullptr)
         *seconds = now;
     return now;
-}
-
-template <class Condition>
-bool waitUntil(const Condition& condition, int milliseconds = 30000)
-{
-    const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(milliseconds);
-    while (!condition()) {
-        if (GetTickCount64() >= end)
-            return false;
-        Sleep(kShortPause);
-    }
-    return true;
 }
 
 // A name that ends in a dot and eight digits.

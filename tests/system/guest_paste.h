@@ -14,19 +14,7 @@
 #include "paste_exit_codes.h"
 #include "support/child_process.h"
 #include "support/temporary_folder.h"
-
-// Whether the condition came true in time.
-template <class Condition>
-bool waitUntil(const Condition& condition, int milliseconds = 30000)
-{
-    const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(milliseconds);
-    while (!condition()) {
-        if (GetTickCount64() >= end)
-            return false;
-        Sleep(5);
-    }
-    return true;
-}
+#include "support/wait_until.h"
 
 class PasteTest : public testing::Test {
 protected:

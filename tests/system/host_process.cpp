@@ -20,19 +20,6 @@ void copy(const std::vector<std::wstring>& arguments)
     EXPECT_EQ(child.waitForExit(), 0U) << child.output();
 }
 
-// Names, with the sums of those that are files.
-std::map<std::string, std::string> sumsBelow(const fs::path& folder)
-{
-    std::map<std::string, std::string> sums;
-    if (!fs::is_directory(folder))
-        return sums;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
-        const std::wstring path = entry.path().wstring();
-        sums[toUtf8(path.substr(folder.wstring().size() + 1))] = entry.is_directory() ? "folder" : sha256OfFile(path);
-    }
-    return sums;
-}
-
 }  // namespace
 
 HostProcess::HostProcess()

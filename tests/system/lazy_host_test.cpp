@@ -13,17 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Names, with the sums of those that are files.
-std::map<std::string, std::string> sumsBelow(const std::wstring& folder)
-{
-    std::map<std::string, std::string> sums;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
-        const std::wstring path = entry.path().wstring();
-        sums[toUtf8(path.substr(folder.size() + 1))] = entry.is_directory() ? "folder" : sha256OfFile(path);
-    }
-    return sums;
-}
-
 // A name with the eight digits of a placeholder.
 bool isPlaceholder(const fs::path& path)
 {

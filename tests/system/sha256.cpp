@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "example_support/utf8_arguments.h"
+
 namespace {
 
 constexpr std::size_t kSumBytes = 32;
@@ -85,4 +87,16 @@ std::string sha256OfFile(const std::wstring& path)
     while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())), file.gcount() > 0)
         sum.add(piece.data(), static_cast<std::size_t>(file.gcount()));
     return sum.finish();
+}
+
+std::map<std::string, std::string> sumsBelow(const std::wstring& folder)
+{
+    std::map<std::string, std::string> sums;
+    if (!std::filesystem::is_directory(folder))
+        return sums;
+    for (const std::filesystem::directory_entry& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        const std::wstring path = entry.path().wstring();
+        sums[toUtf8(path.substr(folder.size() + 1))] = entry.is_directory() ? "folder" : sha256OfFile(path);
+    }
+    return sums;
 }
