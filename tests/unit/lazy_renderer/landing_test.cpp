@@ -251,3 +251,23 @@ TEST_F(Landing, BothPathsOfANotificationAreTheLandedFileAndNothingElse)
                                         "SHChangeNotify 4096 5 D:\\report.txt.12345678"}));
     }
 }
+
+// The host would be told the drive's root, or no folder at all.
+TEST_F(Landing, OfANameThatCantBeConvertedIsNone)
+{
+    const ImportHook<decltype(&MultiByteToWideChar)> hook(
+        nullptr, "MultiByteToWideChar", +[](UINT, DWORD, LPCCH, int, LPWSTR, int) -> int { return 0; });
+    EXPECT_FALSE(land(L"D:\\", std::string("dest\\") + kName));
+    EXPECT_EQ(Journal::shared().entries(),
+              Strings{"log 6 A landing can't be told, its path can't be converted: dest\\" + std::string(kName)});
+}
+
+TEST_F(Landing, InAFolderThatCantBeConvertedIsNone)
+{
+    const ImportHook<decltype(&WideCharToMultiByte)> hook(
+        nullptr, "WideCharToMultiByte", +[](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) -> int { return 0; });
+    EXPECT_FALSE(land(L"D:\\", std::string("dest\\") + kName));
+    EXPECT_TRUE(mTargets.empty());
+    EXPECT_EQ(
+        RecordingLog::count(6, "A landing can't be told, its path can't be converted: dest\\" + std::string(kName)), 1);
+}

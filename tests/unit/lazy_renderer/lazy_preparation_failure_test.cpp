@@ -164,6 +164,29 @@ TEST_F(LazyPreparationFailure, OnlyTheLastComponentOfTheDirectoryIsMade)
     EXPECT_FALSE(fileExists(mFolder.path() + L"\\missing"));
 }
 
+// The cache directory alone would be offered, as a cut one.
+TEST_F(LazyPreparationFailure, ANameThatCantBeConvertedEndsIt)
+{
+    const ImportHook<decltype(&MultiByteToWideChar)> convert(
+        nullptr, "MultiByteToWideChar", +[](UINT page, DWORD flags, LPCCH text, int size, LPWSTR out, int room) -> int {
+            static const auto real = findInKernel32<decltype(&MultiByteToWideChar)>("MultiByteToWideChar");
+            if (std::string(text, static_cast<std::size_t>(size)).find("report.txt.") != 0)
+                return real(page, flags, text, size, out, room);
+            SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+            return 0;
+        });
+    const GivenFile file;
+    EXPECT_FALSE(prepare());
+    const auto entries = Journal::shared().entries();
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_EQ(
+        entries[1].find("log 7 Could not create the sparce file(1113): " + mFolder.utf8Path() + "\\cache\\report.txt."),
+        0u)
+        << entries[1];
+    EXPECT_EQ(entries[2], "EmptyClipboard");
+    expectDisarmed();
+}
+
 TEST_F(LazyPreparationFailure, AFileThatComesAsZeroCantBeCreated)
 {
     gGiven = nullptr;

@@ -62,6 +62,25 @@ bool isDotEntry(const wchar_t* name)
     return text == L"." || text == L"..";
 }
 
+// @param file receives what CreateFileW gave; it is closed afterwards
+bool createEmptyFile(const std::wstring& path, HANDLE& file)
+{
+    file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close.
+    if (file == nullptr) {
+        const DWORD error = GetLastError();
+        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s", static_cast<int>(error),
+                 WideToUtf8(path).c_str());
+        return false;
+    }
+    if (!CloseHandle(file)) {
+        const DWORD error = GetLastError();
+        CLIP_LOG(kLogFatal, "Failed to close sparce file(%d): %s", static_cast<int>(error), WideToUtf8(path).c_str());
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<ClipboardFileDataEx> data)
@@ -111,26 +130,22 @@ bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<Clipboa
         CLIP_LOG(kLogFatal, "No file to copy");
         return false;
     }
+    const std::string name = makeSparseName(data->GetFiles().front(), mSparseSuffix);
+    const std::wstring wideName = Utf8ToWide(name);
+    if (wideName.empty()) {  // its path would be the cache directory, which would be offered as a cut one
+        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s%s", static_cast<int>(GetLastError()),
+                 cacheDir.c_str(), name.c_str());
+        return false;
+    }
     // No separator between them, on purpose: the host's directory ends in one.
-    const std::wstring path = wideCacheDir + Utf8ToWide(makeSparseName(data->GetFiles().front(), mSparseSuffix));
+    const std::wstring path = wideCacheDir + wideName;
     if (!CreateDirectoryW(wideCacheDir.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
         CLIP_LOG(kLogFatal, "Could not create cache directory(%d): %s", static_cast<int>(GetLastError()),
                  cacheDir.c_str());
         return false;
     }
-    file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close.
-    if (file == nullptr) {
-        const DWORD error = GetLastError();
-        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s", static_cast<int>(error),
-                 WideToUtf8(path).c_str());
+    if (!createEmptyFile(path, file))
         return false;
-    }
-    if (!CloseHandle(file)) {
-        const DWORD error = GetLastError();
-        CLIP_LOG(kLogFatal, "Failed to close sparce file(%d): %s", static_cast<int>(error), WideToUtf8(path).c_str());
-        return false;
-    }
     const std::vector<std::wstring> paths = {path};
     // Before the write, since the change may be looked at before the write has returned, and with nothing between that
     // can throw: a flag without a write would swallow the user's next copy.

@@ -38,8 +38,14 @@ bool FileClipboardLazyRenderer::handleTargetFile(const std::wstring& root, const
     const std::string sparseName = makeSparseName(files.front(), mSparseSuffix);
     if (name.find(sparseName) == std::string::npos)
         return false;
-    const std::wstring target = root + Utf8ToWide(name);
+    const std::wstring wideName = Utf8ToWide(name);
+    const std::wstring target = root + wideName;
     const std::string shownTarget = WideToUtf8(target);
+    const std::string folder = WideToUtf8(replaceFileName(target, L""));
+    if (wideName.empty() || folder.empty()) {  // the host would bring its files to the drive's root, or anywhere
+        CLIP_LOG(kLogError, "A landing can't be told, its path can't be converted: %s", name.c_str());
+        return false;
+    }
     CLIP_LOG(kLogInfo, "Sparce file %s, temp file matched: %s:\\%s", sparseName.c_str(), WideToUtf8(root).c_str(),
              name.c_str());
     const std::string cacheDir = cacheDirectory();
@@ -52,7 +58,7 @@ bool FileClipboardLazyRenderer::handleTargetFile(const std::wstring& root, const
         return false;
     }
     CLIP_LOG(kLogInfo, "Full post process mode enabled, handle copy file without renaming it %s", shownTarget.c_str());
-    return lazyRenderFileCopy(WideToUtf8(replaceFileName(target, L"")), "", sparseName);
+    return lazyRenderFileCopy(folder, "", sparseName);
 }
 
 bool FileClipboardLazyRenderer::renameTargetFile(const std::wstring& source, std::string& newName)
