@@ -12,6 +12,7 @@
 #include "stress_guest.h"
 #include "stress_log.h"
 #include "stress_paster.h"
+#include "support/placeholder_names.h"
 #include "support/recording_listener.h"
 #include "support/wait_until.h"
 
@@ -38,14 +39,6 @@ __time64_t tellMovedTime(__time64_t* seconds)
     if (seconds != nullptr)
         *seconds = now;
     return now;
-}
-
-// A name that ends in a dot and eight digits.
-bool isPlaceholder(const std::wstring& name)
-{
-    constexpr std::size_t kSuffix = 9;
-    return name.size() > kSuffix && name[name.size() - kSuffix] == L'.' &&
-           std::all_of(name.end() - kSuffix + 1, name.end(), [](wchar_t unit) { return unit >= L'0' && unit <= L'9'; });
 }
 
 // Under Wine, a folder is watched only once it was opened as one.
@@ -168,7 +161,7 @@ int StressHost::landPlaceholders()
         const fs::path cache = fs::u8path(cacheDirectory(which));
         for (fs::directory_iterator entry(cache, ignored), end; entry != end; entry.increment(ignored)) {
             const fs::path name = entry->path().filename();
-            if (isPlaceholder(name.wstring()) && CopyFileW(entry->path().c_str(), (target / name).c_str(), FALSE))
+            if (isPlaceholder(name) && CopyFileW(entry->path().c_str(), (target / name).c_str(), FALSE))
                 ++count;
         }
     }

@@ -2,12 +2,12 @@
 
 #include <ole2.h>
 
-#include <algorithm>
 #include <filesystem>
 
 #include "example_support/wine_stream_fix.h"
 #include "sd/clip/clipboard_data.h"
 #include "stress/stress_paster.h"
+#include "support/placeholder_names.h"
 #include "sweep_log.h"
 #include "swept_imports.h"
 
@@ -19,14 +19,6 @@ namespace {
 constexpr DWORD kPause = 5;  // milliseconds
 constexpr std::uint32_t kFailed = 1;
 constexpr std::size_t kLargeSize = 1200000;  // two slices
-
-// A name that ends in a dot and eight digits.
-bool isPlaceholder(const std::wstring& name)
-{
-    constexpr std::size_t kSuffix = 9;
-    return name.size() > kSuffix && name[name.size() - kSuffix] == L'.' &&
-           std::all_of(name.end() - kSuffix + 1, name.end(), [](wchar_t unit) { return unit >= L'0' && unit <= L'9'; });
-}
 
 }  // namespace
 

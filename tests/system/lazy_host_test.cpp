@@ -1,25 +1,15 @@
 // The placeholder route between three real processes: clip-host with its guest, clip-paste, and this one.
-#include <algorithm>
-#include <cwctype>
 #include <filesystem>
-#include <map>
 
 #include "example_support/utf8_arguments.h"
 #include "host_process.h"
 #include "lazy_test.h"
 #include "sha256.h"
+#include "support/placeholder_names.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// A name with the eight digits of a placeholder.
-bool isPlaceholder(const fs::path& path)
-{
-    constexpr std::size_t kDigits = 8;
-    const std::wstring suffix = path.extension().wstring();
-    return suffix.size() == kDigits + 1 && std::all_of(suffix.begin() + 1, suffix.end(), iswdigit);
-}
 
 class LazyHost : public HostProcessTest {
 protected:
