@@ -2,6 +2,7 @@
 
 #include <ole2.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "example_support/wine_stream_fix.h"
