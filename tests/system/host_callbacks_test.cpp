@@ -56,7 +56,7 @@ protected:
 
     std::shared_ptr<CallingListener> listen(CallingListener::Function during)
     {
-        const auto listener = std::make_shared<CallingListener>(std::move(during));
+        auto listener = std::make_shared<CallingListener>(std::move(during));
         mHost.clipboard().SetListener(listener);
         return listener;
     }
@@ -84,8 +84,9 @@ protected:
     }
 
     // The list's record; its request and its cancel function call the host's own first.
-    static std::shared_ptr<ClipboardFileDataImpl> makeRecord(GuestList& list, std::function<void()> duringRequest,
-                                                             std::function<void()> duringCancel)
+    static std::shared_ptr<ClipboardFileDataImpl> makeRecord(GuestList& list,
+                                                             const std::function<void()>& duringRequest,
+                                                             const std::function<void()>& duringCancel)
     {
         auto record = list.makeRecord();
         record->SetFileFuncs(
@@ -190,7 +191,7 @@ TEST_F(HostCallbacks, TheCancelFunctionMayCallBackAndReportTheFailure)
     const auto list = makeList({{"", "a.bin", makeBytes(3000000)}}, {4096, 10});
     ASSERT_TRUE(offer(makeRecord(
         *list, [] {},
-        [this, kEndTheTransfer] {
+        [this] {
             callWhatIsAllowed();
             mHost.clipboard().NotifyFileTransferFailed(kEndTheTransfer);
         })));

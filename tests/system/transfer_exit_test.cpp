@@ -148,7 +148,7 @@ const TestRole inLanding("in-landing", [](const std::vector<std::string>& argume
         file.fileName = "a.txt";
         return file;
     }()});
-    record->SetFileLazyRenderingCallback([](std::shared_ptr<ClipboardFileDataEx>) -> int {
+    record->SetFileLazyRenderingCallback([](const std::shared_ptr<ClipboardFileDataEx>&) -> int {
         SetEvent(sLanded);
         Sleep(INFINITE);
         return 0;
