@@ -168,14 +168,15 @@ TEST_F(WatchedDrives, AMoveWithinADriveIsALandingWhereThePlatformTellsOfAnAddedF
 TEST_F(WatchedDrives, AFileThatGoesIsNoLanding)
 {
     ASSERT_TRUE(prepare());
-    // there before the renderer looks for its name
+    // there, and seen by the watcher, before the renderer looks for its name
     const std::wstring old = mFolder.addFile(L"old\\b.txt.12345678");
     const std::wstring control = mFolder.addFile(L"control");
     listNames(mFolder.path() + L"\\old");
+    EXPECT_TRUE(paste(mFolder.addFolder(L"before")));
     TestAccess::arm(mHost.renderer(), makeGuestRecord({"b.txt"}, mLandings.callback()), "12345678");
     ASSERT_TRUE(DeleteFileW(old.c_str()));
     EXPECT_TRUE(pasteUntilReported(mLandings, control, mFolder.addFolder(L"dest"), L"b.txt.12345678"));
-    EXPECT_EQ(mLandings.roots(), Strings{mFolder.utf8Path() + "\\dest"});
+    EXPECT_EQ(mLandings.roots(), (Strings{mFolder.utf8Path() + "\\before", mFolder.utf8Path() + "\\dest"}));
 }
 
 TEST_F(WatchedDrives, ThePlaceholdersOwnCreationIsSeenAndBypassed)
