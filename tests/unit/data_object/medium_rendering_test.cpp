@@ -59,6 +59,21 @@ std::uint64_t ticks(const FILETIME& time)
     return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
 }
 
+// No block can be locked; the last one that was freed is kept, and not freed.
+struct NoLock {
+    NoLock()
+    {
+        freed = nullptr;
+    }
+
+    static inline HGLOBAL freed = nullptr;
+    const ImportHook<decltype(&GlobalLock)> lock{nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; }};
+    const ImportHook<decltype(&GlobalFree)> free{nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
+                                                     freed = block;
+                                                     return nullptr;
+                                                 }};
+};
+
 }  // namespace
 
 TEST(FileGroupDescriptor, AnEmptyListIsABlockOfFourBytesWithACountOfZero)
@@ -175,17 +190,10 @@ TEST(FileGroupDescriptor, AListThatIsTooLongIsLoggedAndNoMemoryAskedFor)
 
 TEST(FileGroupDescriptor, AFailedLockIsLoggedAndTheBlockFreed)
 {
-    static HGLOBAL freed = nullptr;
-    const ImportHook<decltype(&GlobalLock)> lock(
-        nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; });
-    const ImportHook<decltype(&GlobalFree)> hook(
-        nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
-            freed = block;
-            return nullptr;
-        });
+    const NoLock platform;
     const Rendered rendered({makeFile("a")});
     EXPECT_EQ(rendered.result, DV_E_FORMATETC);
-    EXPECT_NE(freed, nullptr);
+    EXPECT_NE(NoLock::freed, nullptr);
     EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"GlobalLock gMem fail."});
 }
 
@@ -210,16 +218,9 @@ TEST(AsyncFlag, WithoutMemoryTheAnswerSaysSo)
 
 TEST(AsyncFlag, ABlockThatCanNotBeLockedIsFreedAndCountsAsNoMemory)
 {
-    static HGLOBAL freed = nullptr;
-    const ImportHook<decltype(&GlobalLock)> lock(
-        nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; });
-    const ImportHook<decltype(&GlobalFree)> hook(
-        nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
-            freed = block;
-            return nullptr;
-        });
+    const NoLock platform;
     STGMEDIUM medium = {};
     EXPECT_EQ(RenderAsyncFlag(medium), E_OUTOFMEMORY);
-    EXPECT_NE(freed, nullptr);
+    EXPECT_NE(NoLock::freed, nullptr);
     EXPECT_EQ(medium.hGlobal, nullptr);
 }
