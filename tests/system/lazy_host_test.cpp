@@ -30,6 +30,15 @@ protected:
         EXPECT_TRUE(waitForHost("Drive: D:\\, Get Volume Information success"));
     }
 
+    // The user's copy ends the host, once the library has recognised its own write. Changes that follow one another at
+    // once are looked at as one, and that one counts as the library's own: as long as a loaded machine has not let the
+    // worker begin, that goes for seconds.
+    DWORD endHost()
+    {
+        EXPECT_TRUE(waitForHost("File clipboard lazy renderer is ready, skip onDetectCopy"));
+        return HostProcessTest::endHost();
+    }
+
     // Whatever another program does at the same moment, the landing is seen in the end: a watcher may not have begun to
     // read, and passes over the last of several records.
     void awaitBrought(const std::wstring& folder, int count)
