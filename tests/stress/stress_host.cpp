@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <functional>
 
 #include "example_support/wine_stream_fix.h"
 #include "stress_guest.h"
@@ -71,10 +70,6 @@ StressHost::StressHost()
     mFolder->addFile(L"copied\\file.txt", "copied");
     mFolder->addFile(L"copied\\tree\\a\\b\\c.txt", "c");
     mFolder->addFile(L"copied\\tree\\d.txt", "d");
-    mCopyThread.run([this] {
-        mOwner = std::make_unique<ClipboardOwner>();
-        mCopyWindow = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    });
     mPasteThread.run([] {
         OleInitialize(nullptr);
         const WineStreamFix fixedAsLongAsTheThreadLives;
@@ -111,42 +106,19 @@ void StressHost::moveClock()
     gAhead += kSilence;
 }
 
-// The thread that owns what was copied goes on to pump: who empties the clipboard sends a message to it.
-bool StressHost::copy(const std::function<void()>& put)
-{
-    return waitUntil(
-        [&] {
-            bool isOpen = false;
-            mCopyThread.run([&] {
-                isOpen = OpenClipboard(mCopyWindow) != FALSE;
-                if (!isOpen)
-                    return;
-                EmptyClipboard();
-                try {
-                    put();
-                } catch (const std::exception& failure) {
-                    ADD_FAILURE() << failure.what();
-                }
-                CloseClipboard();
-            });
-            return isOpen;
-        },
-        5000);
-}
-
 bool StressHost::copyFiles(const std::vector<std::wstring>& paths)
 {
-    return copy([&] { mOwner->addDropList(paths); });
+    return mCopying.copyFiles(paths);
 }
 
 bool StressHost::copyText()
 {
-    return copy([&] { mOwner->addText(L"text"); });
+    return mCopying.copyText();
 }
 
 bool StressHost::emptyClipboard()
 {
-    return copy([] {});
+    return mCopying.emptyClipboard();
 }
 
 int StressHost::landPlaceholders()

@@ -7,12 +7,12 @@
 #include <optional>
 #include <string>
 
+#include "copying_program.h"
 #include "example_support/wine_window_fix.h"
 #include "process_counts.h"
 #include "sd/clip/clipboard.h"
 #include "sd/clip/clipboard_data.h"
 #include "second_close_shield.h"
-#include "support/clipboard_owner.h"
 #include "support/import_hook.h"
 #include "support/pumping_thread.h"
 #include "support/temporary_folder.h"
@@ -77,7 +77,6 @@ private:
     void expectCopyIsReported();
     void expectPasteIsWhole();
     void expectPlaceholderLands();
-    bool copy(const std::function<void()>& put);
 
     const HMODULE mDll;
     LiveBlocks mBlocks;
@@ -90,9 +89,7 @@ private:
     std::shared_ptr<sd::clip::Clipboard> mClipboard;
     std::optional<TemporaryFolder> mFolder{std::in_place};
     PumpingThread mWindowThread;
-    PumpingThread mCopyThread;
-    PumpingThread mPasteThread;              // joined OLE
-    std::unique_ptr<ClipboardOwner> mOwner;  // belongs to mCopyThread
-    HWND mCopyWindow = nullptr;              // the same
+    CopyingProgram mCopying;
+    PumpingThread mPasteThread;  // joined OLE
     int mFolders = 0;
 };

@@ -49,10 +49,6 @@ SweepHost::SweepHost()
     mFolder.addFile(L"copied\\tree\\a\\b\\c.txt", "c");
     mFolder.addFile(L"copied\\tree\\d.txt", "d");
     mFolder.addFolder(L"landing");
-    mCopyThread.run([this] {
-        mOwner = std::make_unique<ClipboardOwner>();
-        mCopyWindow = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    });
     for (const PumpingThread* const thread : {&mHostThread, &mPasteThread})
         thread->run([] { OleInitialize(nullptr); });
     mPasteThread.run([] { const WineStreamFix fixedAsLongAsTheThreadLives; });
@@ -90,36 +86,14 @@ bool SweepHost::waitForWatchers() const
     return mReads.waitForWatcher(L'C') && mReads.waitForWatcher(L'D');
 }
 
-// The thread that owns what was copied goes on to pump: who empties the clipboard sends a message to it.
-bool SweepHost::copy(const std::function<void()>& put)
-{
-    constexpr int kLongestOpen = 3000;  // milliseconds
-    return waitUntil(
-        [&] {
-            bool isOpen = false;
-            mCopyThread.run([&] {
-                isOpen = OpenClipboard(mCopyWindow) != FALSE;
-                if (!isOpen)
-                    return;
-                EmptyClipboard();
-                put();
-                CloseClipboard();
-            });
-            return isOpen;
-        },
-        kLongestOpen);
-}
-
 bool SweepHost::copyFiles()
 {
-    return copy([this] {
-        mOwner->addDropList({mFolder.path() + L"\\copied\\file.txt", mFolder.path() + L"\\copied\\tree"});
-    });
+    return mCopying.copyFiles({mFolder.path() + L"\\copied\\file.txt", mFolder.path() + L"\\copied\\tree"});
 }
 
 bool SweepHost::emptyClipboard()
 {
-    return copy([] {});
+    return mCopying.emptyClipboard();
 }
 
 // Under Wine, a folder is watched only once it was opened as one.

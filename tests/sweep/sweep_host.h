@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,9 +13,9 @@
 #include "global_blocks.h"
 #include "runtime_handles.h"
 #include "sd/clip/clipboard.h"
+#include "stress/copying_program.h"
 #include "stress/second_close_shield.h"
 #include "stress/wine_clipboard_fix.h"
-#include "support/clipboard_owner.h"
 #include "support/pumping_thread.h"
 #include "support/recording_listener.h"
 #include "support/temporary_folder.h"
@@ -73,7 +74,6 @@ public:
 
 private:
     SweepHost();
-    bool copy(const std::function<void()>& put);
     void tryCopy(std::vector<std::string>& problems);
     void tryPaste(std::vector<std::string>& problems);
     void tryLanding(std::vector<std::string>& problems);
@@ -94,9 +94,7 @@ private:
     std::string mCache;
     PumpingThread mWindowThread;
     PumpingThread mHostThread;  // joined OLE
-    PumpingThread mCopyThread;
-    PumpingThread mPasteThread;              // joined OLE
-    std::unique_ptr<ClipboardOwner> mOwner;  // belongs to mCopyThread
-    HWND mCopyWindow = nullptr;              // the same
+    CopyingProgram mCopying;
+    PumpingThread mPasteThread;  // joined OLE
     std::vector<std::weak_ptr<GuestList>> mLists;
 };
