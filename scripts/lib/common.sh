@@ -4,6 +4,11 @@ repository=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 build_dir=$repository/build
 binaries_dir=$build_dir/mingw/bin
 
+# Put before a command, where the kernel allows it: at random addresses the thread sanitizer may refuse to start, and of
+# 2,500 Wine processes one finds the place of Windows' shared data taken and ends ("can't be started, error 1359").
+fixed_addresses=(setarch --addr-no-randomize)
+"${fixed_addresses[@]}" true 2>/dev/null || fixed_addresses=()
+
 say() { printf '== %s\n' "$*"; }
 
 # build_preset PRESET TARGET...: configures once and builds what has changed; no TARGET builds all.

@@ -3,7 +3,7 @@
 #   main   what everything runs in
 #   heap   a copy in which Wine checks its heaps; it prints "err:heap:" where it finds damage
 #   waits  a copy for tests that wait long, beside the others: each prefix has a clipboard of its own
-wine=/usr/lib/wine/wine64
+wine=("${fixed_addresses[@]}" /usr/lib/wine/wine64)
 # Debian's wrapper would end the server with each program, which costs half a second every time.
 wineserver=/usr/lib/wine/wineserver64
 server_lingers_seconds=15
@@ -61,7 +61,7 @@ REG
 run_once() {
   local status=0
   {
-    cd "$WINEPREFIX/drive_c" && "$wine" "$@" || status=$?
+    cd "$WINEPREFIX/drive_c" && "${wine[@]}" "$@" || status=$?
     "$wineserver" -k || true
     "$wineserver" -w || true
   } >"$WINEPREFIX/prepare.log" 2>&1 9>&-
@@ -93,7 +93,7 @@ start_server() {
     exec 9>"$WINEPREFIX/.server-lock"
     flock 9
     # neither may inherit the lock, which they would keep until they end
-    if "$wineserver" "-p$server_lingers_seconds" 9>&-; then "$wine" cmd /c exit 9>&-; fi
+    if "$wineserver" "-p$server_lingers_seconds" 9>&-; then "${wine[@]}" cmd /c exit 9>&-; fi
   ) </dev/null >/dev/null 2>&1 || true
 }
 
