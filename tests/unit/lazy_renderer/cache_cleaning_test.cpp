@@ -3,9 +3,9 @@
 #include <windows.h>
 
 #include "file_utilities/encoding.h"
-#include "platform_function.h"
 #include "renderer_access.h"
 #include "support/import_hook.h"
+#include "support/platform_function.h"
 #include "support/recording_log.h"
 #include "support/temporary_folder.h"
 

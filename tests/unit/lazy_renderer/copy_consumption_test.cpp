@@ -6,10 +6,10 @@
 
 #include "clipboard_holder.h"
 #include "file_utilities/encoding.h"
-#include "platform_function.h"
 #include "renderer_access.h"
 #include "support/clipboard_owner.h"
 #include "support/import_hook.h"
+#include "support/platform_function.h"
 #include "support/recording_log.h"
 #include "support/temporary_folder.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "file_utilities/encoding.h"
-#include "platform_function.h"
 #include "support/import_hook.h"
 #include "support/journal.h"
+#include "support/platform_function.h"
 
 class InventedTarget {
 public:
