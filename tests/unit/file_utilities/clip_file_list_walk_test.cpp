@@ -9,6 +9,7 @@
 #include "file_utilities/file_names.h"
 #include "log.h"
 #include "support/import_hook.h"
+#include "support/platform_function.h"
 #include "support/recording_log.h"
 #include "unit/file_utilities/fake_listing.h"
 
@@ -46,6 +47,28 @@ Names relativeNames(ClipFileList& list)
         names.push_back(GetRelativeName(description));
     return names;
 }
+
+// One text can't be converted to UTF-8.
+class WithoutText {
+public:
+    explicit WithoutText(std::wstring text)
+    {
+        sText = std::move(text);
+    }
+
+private:
+    static int convert(UINT page, DWORD flags, LPCWCH text, int length, LPSTR output, int size, LPCCH other,
+                       LPBOOL used)
+    {
+        return std::wstring_view(text, static_cast<std::size_t>(length)) == sText
+                   ? 0
+                   : sReal(page, flags, text, length, output, size, other, used);
+    }
+
+    static inline std::wstring sText;
+    static inline const auto sReal = findInKernel32<decltype(&WideCharToMultiByte)>("WideCharToMultiByte");
+    const ImportHook<decltype(&WideCharToMultiByte)> mHook{nullptr, "WideCharToMultiByte", &convert};
+};
 
 // Walks directories that exist on no disk, from C:\dir on.
 class FakeWalk : public testing::Test {
@@ -221,6 +244,26 @@ TEST_F(FakeWalk, ADirectoryWhosePathCannotBeConvertedIsNotWalked)
     EXPECT_EQ(listing.patterns, Patterns());
     EXPECT_EQ(relativeNames(list), Names{"dir"});
     EXPECT_EQ(TestAccess::allFiles(list).front().attributes, 0u);
+}
+
+// Without its name the folder itself would be offered as a file.
+TEST_F(FakeWalk, AFileWhoseNameCannotBeConvertedIsPassedOver)
+{
+    listing.addFile(kTop, L"lost");
+    listing.addFile(kTop, L"a");
+    const WithoutText lost(L"lost");
+    EXPECT_EQ(walk(), Names{"dir\\a"});
+}
+
+// Without the folder's path its files would be offered as those of the root.
+TEST_F(FakeWalk, AFolderWhosePathCannotBeConvertedBackIsNotListed)
+{
+    listing.addSubdirectory(kTop, L"sub");
+    listing.addFile(kTop + L"\\sub", L"secret.txt");
+    listing.addFile(kTop, L"a");
+    const WithoutText lost(L"C:\\dir\\sub");
+    EXPECT_EQ(walk(), Names{"dir\\a"});
+    EXPECT_EQ(listing.patterns, Patterns{L"C:\\dir\\*"});
 }
 
 TEST_F(FakeWalk, TheRootItselfNeverBecomesAnEntry)

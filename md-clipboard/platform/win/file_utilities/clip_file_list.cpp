@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <cwchar>
 #include <deque>
 #include <memory>
 #include <utility>
@@ -22,11 +21,6 @@ namespace {
 bool isDirectory(const ClipfileDescription& description)
 {
     return (description.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || (description.mode & kModeDirectory) != 0;
-}
-
-bool isDots(const wchar_t* name)
-{
-    return std::wcscmp(name, L".") == 0 || std::wcscmp(name, L"..") == 0;
 }
 
 void removeTrailingNuls(std::wstring& text)
@@ -127,17 +121,20 @@ void ClipFileList::TraverseDirectory(const std::string& path, const std::string&
 
 void ClipFileList::ListDirectory(Walk& walk, const std::wstring& directory, const std::string& root)
 {
+    // Converted once and not for each file: this loop must keep up with the listing itself.
+    std::string child = WideToUtf8(directory);
+    if (child.empty())  // could not be converted: its files would be offered as those of the root
+        return;
+    child += '\\';
+    const std::size_t parentLength = child.size();
+
     WIN32_FIND_DATAW& entry = walk.entry;
     const SearchHandle search(FindFirstFileW((directory + L"\\*").c_str(), &entry));
     if (!search.IsValid())
         return;
     walk.hasSeenEntry = true;
-
-    // Converted once and not for each file: this loop must keep up with the listing itself.
-    std::string child = WideToUtf8(directory) + '\\';
-    const std::size_t parentLength = child.size();
     do {
-        if (isDots(entry.cFileName))
+        if (IsDotEntry(entry.cFileName))
             continue;
         if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
             walk.directories.push_back(directory + L'\\' + entry.cFileName);
@@ -145,6 +142,8 @@ void ClipFileList::ListDirectory(Walk& walk, const std::wstring& directory, cons
         }
         child.resize(parentLength);
         child += WideToUtf8(entry.cFileName);
+        if (child.size() == parentLength)  // could not be converted: the directory would be offered as a file
+            continue;
         SetFileDescription(mAllFiles.emplace_back(), child, root, &entry);
         ++walk.fileCount;
     } while (FindNextFileW(search.Get(), &entry) && !mCancelTraverse);

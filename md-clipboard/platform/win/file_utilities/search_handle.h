@@ -2,7 +2,15 @@
 
 #include <windows.h>
 
+#include <cwchar>
+
 namespace sd::clip {
+
+// Whether a listed entry is the directory itself or the one above.
+inline bool IsDotEntry(const wchar_t* name)
+{
+    return std::wcscmp(name, L".") == 0 || std::wcscmp(name, L"..") == 0;
+}
 
 // Owns what FindFirstFileW gave, which may be the failure.
 class SearchHandle {
