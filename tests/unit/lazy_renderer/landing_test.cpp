@@ -252,6 +252,14 @@ TEST_F(Landing, BothPathsOfANotificationAreTheLandedFileAndNothingElse)
     }
 }
 
+// The guest's desktop may name its files in an older encoding; the file system shows what became of that.
+TEST_F(Landing, OfANameThatIsNotUtf8IsKnownByWhatItBecameOnDisk)
+{
+    mRecord->GetFiles().front().fileName = "caf\xE9.txt";
+    EXPECT_FALSE(land(L"D:\\", "dest\\caf\xEF\xBF\xBD.txt.12345678"));
+    EXPECT_EQ(mTargets, Strings{"D:\\dest"});
+}
+
 // The host would be told the drive's root, or no folder at all.
 TEST_F(Landing, OfANameThatCantBeConvertedIsNone)
 {

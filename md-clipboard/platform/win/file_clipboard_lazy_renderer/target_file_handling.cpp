@@ -27,6 +27,13 @@ bool moveWithRetries(const std::wstring& source, const std::wstring& target)
     }
 }
 
+// As the file system shows it: of a name that is not UTF-8 the placeholder has a changed one.
+std::string makeShownName(const std::string& name)
+{
+    const std::string shown = WideToUtf8(Utf8ToWide(name));
+    return shown.empty() ? name : shown;
+}
+
 }  // namespace
 
 // A match disarms nothing: whoever pastes the placeholder a second time is served a second time.
@@ -35,7 +42,7 @@ bool FileClipboardLazyRenderer::handleTargetFile(const std::wstring& root, const
     const std::vector<ClipfileDescription>& files = mLazyFileData->GetFiles();
     if (files.empty())
         return false;
-    const std::string sparseName = makeSparseName(files.front(), mSparseSuffix);
+    const std::string sparseName = makeShownName(makeSparseName(files.front(), mSparseSuffix));
     if (name.find(sparseName) == std::string::npos)
         return false;
     const std::wstring wideName = Utf8ToWide(name);
