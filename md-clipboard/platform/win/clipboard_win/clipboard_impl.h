@@ -106,6 +106,7 @@ private:
     void setCurrentOleDataObject(PendingObject& pending);
     bool setOleDataObject(ClipDataObject* object);
     InstalledList noteInstalled(InstalledList list);
+    InstalledList installedList() const;
     bool isOnClipboard(const FileRequest& request) const;
     std::shared_ptr<FileRequest> currentRequest() const;
     bool forgetRequest(const std::shared_ptr<FileRequest>& request);
@@ -125,7 +126,7 @@ private:
     std::atomic<bool> mFileClipboardSupported{false};
     FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
 
-    mutable Mutex mStateMutex;  // a leaf: nothing but the platform is called under it
+    mutable Mutex mStateMutex;  // a leaf: nothing is called under it
     // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
     // another, for the whole desktop. Who does not get it in the time that Open takes at the most finds the clipboard
     // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits

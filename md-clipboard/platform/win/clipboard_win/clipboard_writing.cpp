@@ -11,6 +11,7 @@
 #include "sd/clip/clipboard_data.h"
 #include "workthread/future_error_number.h"
 #include "workthread/remote_format_file.h"
+#include "workthread/sent_messages.h"
 
 namespace sd::clip {
 
@@ -44,8 +45,7 @@ HRESULT setWhenClosed(IDataObject* data)
 {
     HRESULT set = OleSetClipboard(data);
     for (DWORD waited = 0; set == CLIPBRD_E_CANT_OPEN && waited < kMostWaitForClipboard; waited += kClipboardPause) {
-        MSG message;  // who has it open may be emptying it, and waits until the list of before has been told
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+        ServeSentMessages();  // who has it open may be emptying it, and waits until the list of before has been told
         Sleep(kClipboardPause);
         set = OleSetClipboard(data);
     }
@@ -155,8 +155,7 @@ std::future_status ClipboardImpl::waitForWorkThread(const std::future<FuncExecSt
         const std::future_status status = done.wait_for(kMessagePause);
         if (status != std::future_status::timeout || std::chrono::steady_clock::now() >= end)
             return status;
-        MSG message;
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+        ServeSentMessages();
     }
 }
 
@@ -177,7 +176,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
     const int initialized = object->DataObjectInit();
     if (initialized < 0) {
         CLIP_LOG(kLogError, "OLE Clipboard data init fail. ret:%d\n", initialized);
-        object->Release();  // nobody else knows it
+        object->Release();  // the engine only notes it, and forgets it with this
         return false;
     }
     IDataObject* data = nullptr;
@@ -214,11 +213,17 @@ ClipboardImpl::InstalledList ClipboardImpl::noteInstalled(InstalledList list)
     return std::exchange(mInstalled, std::move(list));
 }
 
-bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
+ClipboardImpl::InstalledList ClipboardImpl::installedList() const
 {
     LockScope lock(mStateMutex);
-    return mInstalled.request.lock().get() == &request && mInstalled.owner != nullptr &&
-           GetClipboardOwner() == mInstalled.owner;
+    return mInstalled;
+}
+
+bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
+{
+    const InstalledList installed = installedList();
+    return installed.request.lock().get() == &request && installed.owner != nullptr &&
+           GetClipboardOwner() == installed.owner;
 }
 
 void ClipboardImpl::resetOleclipboardOf(const FileRequest& request)

@@ -7,6 +7,7 @@
 #include "file_utilities/encoding.h"
 #include "file_utilities/search_handle.h"
 #include "log.h"
+#include "workthread/sent_messages.h"
 
 namespace sd::clip {
 
@@ -40,8 +41,7 @@ public:
     explicit ServingLockScope(RecursiveMutex& mutex) CLIP_ACQUIRE(mutex) : mMutex(mutex)
     {
         while (!mMutex.try_lock()) {
-            MSG message;
-            PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+            ServeSentMessages();
             Sleep(kMessagePause);
         }
     }
@@ -56,17 +56,12 @@ private:
     RecursiveMutex& mMutex;
 };
 
-bool isDotEntry(const wchar_t* name)
-{
-    const std::wstring text(name);
-    return text == L"." || text == L"..";
-}
-
 // @param file receives what CreateFileW gave; it is closed afterwards
 bool createEmptyFile(const std::wstring& path, HANDLE& file)
 {
     file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close.
+    // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close,
+    // if at all.
     if (file == nullptr) {
         const DWORD error = GetLastError();
         CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s", static_cast<int>(error),
@@ -133,8 +128,9 @@ bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<Clipboa
     const std::string name = makeSparseName(data->GetFiles().front(), mSparseSuffix);
     const std::wstring wideName = Utf8ToWide(name);
     if (wideName.empty()) {  // its path would be the cache directory, which would be offered as a cut one
-        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s%s", static_cast<int>(GetLastError()),
-                 cacheDir.c_str(), name.c_str());
+        const DWORD error = GetLastError();
+        CLIP_LOG(kLogFatal, "Could not create the sparce file(%d): %s", static_cast<int>(error),
+                 (cacheDir + name).c_str());
         return false;
     }
     // No separator between them, on purpose: the host's directory ends in one.
@@ -167,7 +163,7 @@ bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& di
     if (!search.IsValid())
         return failToOpenDirectory(GetLastError());
     do {
-        if (isDotEntry(entry.cFileName) || (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        if (IsDotEntry(entry.cFileName) || (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
             continue;
         const std::wstring path = directory + L"\\" + entry.cFileName;
         if (!DeleteFileW(path.c_str())) {
