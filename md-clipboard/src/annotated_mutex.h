@@ -123,7 +123,7 @@ private:
 };
 
 // Waits for a signal; the lock is held before and after. A plain condition variable, which is half as large and waits
-// faster than std::condition_variable_any. Functions may be signalled without a reason: test in a loop, or pass the
+// faster than std::condition_variable_any. A wait may end without a reason: test in a loop, or pass the
 // test, and annotate it: `[this]() CLIP_REQUIRES(mMutex) { return mReady; }`
 inline void waitFor(std::condition_variable& condition, Mutex& mutex) CLIP_REQUIRES(mutex)
 {

@@ -125,11 +125,13 @@ public:
     /// @return always true
     virtual bool Close() = 0;
 
-    /// Tells whether the guest takes file lists; false until called.
+    /// Tells whether the guest takes file lists.
+    /// @param supported true if it does; false, as until the first call, has files refused both ways
     virtual void SetFileClipboardSupported(bool supported) = 0;
 
     /// Installs the listener in the place of any earlier one; null removes it. A call into the earlier listener that
     /// already runs on another thread goes on and keeps it alive.
+    /// @param listener the host's; kept until it is replaced
     /// @return the engine
     virtual std::shared_ptr<Clipboard> SetListener(std::shared_ptr<ClipboardListener> listener) = 0;
 
@@ -190,8 +192,9 @@ public:
     /// @param result the host's result, 0 for success
     virtual void NotifyFileLazyRenderingComplete(std::int32_t result) = 0;
 
-    /// In full post-process mode a copied directory stays a single entry of the list; otherwise, as at the start,
-    /// it is walked down to its files.
+    /// In full post-process mode a copied directory stays a single entry of the list; otherwise it is walked down to
+    /// its files.
+    /// @param supported whether lists are made in that mode; false at the start
     virtual void SetSupportFileClipboardFullPostProcessMode(bool supported) = 0;
 
 protected:

@@ -58,16 +58,25 @@ using FileDataSink = std::function<void(const ClipfileDescription& file, unsigne
 /// @param file the file that was asked for first
 /// @param sink through which the host then delivers all files of the list
 /// @return any text; the library does not read it
+/// Threads: the library's own on which the platform serves the pasting application. What it throws fails that paste.
 using FileRequestFunc = std::function<std::string(const ClipfileDescription& file, FileDataSink sink)>;
 
 /// Asks the host to stop the delivery.
-/// @param file the file that is being read
+/// @param file the file that is being read; before one is, the file that was asked for first
+/// Threads: the one that serves the pasting application, one that delivers, or one that takes the list off the
+/// clipboard. It must not throw: the last of them may be in the middle of an object's end.
 using FileCancelFunc = std::function<void(const ClipfileDescription& file)>;
 
-/// Asks the host whether a paste may begin. @return false to veto it
+/// Asks the host whether a paste may begin.
+/// @return false to veto it
+/// Threads: as for FileRequestFunc, and so is what it throws.
 using OLEClipboardPasteFunc = std::function<bool()>;
 
-/// Tells the host that a placeholder landed. @param data the record with its target record set. @return 0 for success
+/// Tells the host that a placeholder landed.
+/// @param data the record with its target record set
+/// @return 0 for success
+/// Threads: one of the library's for each drive, and under a lock; see Clipboard::SetClipboardData. What it throws is
+/// logged.
 using FileLazyRenderingCallback = std::function<int(std::shared_ptr<ClipboardFileDataEx> data)>;
 
 /// A text.
@@ -79,7 +88,11 @@ public:
     ~ClipboardTextData() override;
 
     ClipboardFormat GetFormat() override = 0;
+
+    /// @param text UTF-8; replaces what was set before
     virtual void SetText(std::string text) = 0;
+
+    /// @return a copy; empty until one was set
     virtual std::string GetText() = 0;
 };
 
@@ -108,7 +121,11 @@ public:
     ~ClipboardImageData() override;
 
     ClipboardFormat GetFormat() override = 0;
+
+    /// @param image stays the caller's; no record keeps it
     virtual void SetImage(void* image) = 0;
+
+    /// @return null
     virtual void* GetImage() = 0;
 };
 
@@ -143,7 +160,11 @@ public:
     static std::shared_ptr<ClipboardRichtextData> Create();
 
     ClipboardFormat GetFormat() override = 0;
+
+    /// @param items replace what was set before
     virtual void SetItems(std::vector<RichtextItem> items) = 0;
+
+    /// @return a copy; empty until some were set
     virtual std::vector<RichtextItem> GetItems() = 0;
 };
 
@@ -177,15 +198,19 @@ public:
     ClipboardFormat GetFormat() override = 0;
 
     /// Appends to the list; it does not replace what the list held.
+    /// @param files what is appended, in its order
     virtual void SetFiles(std::vector<ClipfileDescription> files) = 0;
 
     /// @return the list itself, not a copy; valid while the record lives
     virtual std::vector<ClipfileDescription>& GetFiles() = 0;
 
+    /// @param request called when a local application pastes; may be empty, and then nothing can be pasted
+    /// @param cancel  called when a running delivery is to stop; may be empty
     /// @return true
     virtual bool SetFileFuncs(FileRequestFunc request, FileCancelFunc cancel) = 0;
 
-    /// Drops the function at this level.
+    /// Drops the function at this level; ClipboardFileDataImpl keeps it.
+    /// @param paste asked before a paste begins; may be empty, which is consent
     virtual void SetOLEClipboardPasteFunc(OLEClipboardPasteFunc paste);
 
     /// @return a copy of the request function
@@ -203,8 +228,14 @@ public:
     /// @return a new, empty ClipboardFileDataExImpl
     static std::shared_ptr<ClipboardFileDataEx> Create();
 
+    /// For the library, which tells with it where a placeholder landed.
+    /// @param target a record with one entry, whose root is the directory
     virtual void SetTargetClipboardData(std::shared_ptr<ClipboardFileData> target) = 0;
+
+    /// @return the record of the last landing; null before the first
     virtual std::shared_ptr<ClipboardFileData> GetTargetClipboardData() = 0;
+
+    /// @param callback called for each landing
     virtual void SetFileLazyRenderingCallback(FileLazyRenderingCallback callback) = 0;
 };
 

@@ -52,7 +52,7 @@ constexpr std::int32_t kFileModeTransfer = 2;   // bytes come through the transf
 //
 // Threads: any. mMutex is held through the whole of Read, its waits included, so the other operations wait for a
 // running Read; called from inside it, on its own thread (a host that answers an event, or pumps messages in its
-// cancel function), they do not lock again. No lock is held while the last reference of something else goes.
+// cancel function), they do not lock again.
 class FileStream : public IStream, public MediumBase {
 public:
     FileStream(std::shared_ptr<DetailFileDescription> description, FileRequestFunc data, FileCancelFunc cancel,
