@@ -140,6 +140,27 @@ TEST_F(FileRequestTest, ACancelWithoutAStreamNamesTheFileThatWasRequested)
     EXPECT_EQ(mGuest.cancelled.size(), 1u);
 }
 
+TEST_F(FileRequestTest, ACancelFunctionThatThrowsStillEndsTheTransfer)
+{
+    const auto request = [](const ClipfileDescription&, const FileDataSink&) { return std::string(); };
+    mGuest.record->SetFileFuncs(request, [](const ClipfileDescription&) { throw std::runtime_error("the host's"); });
+    start();
+    mRequest->CancelRemoteTransfer();
+    EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFailed);
+    EXPECT_EQ(RecordingLog::count(6, "The host's cancel function failed: the host's"), 1);
+}
+
+// An object's end, and what waits for the release of a data lock, can hand an exception to nobody.
+TEST_F(FileRequestTest, ACancelFunctionThatThrowsAtTheEndOfTheObjectEndsNoProcess)
+{
+    const auto request = [](const ClipfileDescription&, const FileDataSink&) { return std::string(); };
+    mGuest.record->SetFileFuncs(request, [](const ClipfileDescription&) { throw 1; });
+    start();
+    mRequest->Cut();
+    EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFailed);
+    EXPECT_EQ(RecordingLog::count(6, "The host's cancel function failed: unknown exception"), 1);
+}
+
 TEST_F(FileRequestTest, ACancelAfterTheEndDoesNothing)
 {
     start();

@@ -64,7 +64,7 @@ using FileRequestFunc = std::function<std::string(const ClipfileDescription& fil
 /// Asks the host to stop the delivery.
 /// @param file the file that is being read; before one is, the file that was asked for first
 /// Threads: the one that serves the pasting application, one that delivers, or one that takes the list off the
-/// clipboard. It must not throw: the last of them may be in the middle of an object's end.
+/// clipboard. What it throws is logged.
 using FileCancelFunc = std::function<void(const ClipfileDescription& file)>;
 
 /// Asks the host whether a paste may begin.

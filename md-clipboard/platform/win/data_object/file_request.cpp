@@ -4,6 +4,7 @@
 
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/data_lock.h"
+#include "exception_text.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/create_dir.h"
 #include "log.h"
@@ -220,10 +221,7 @@ void FileRequest::CancelRemoteTransfer()
         data = mClipData;
     }
     CLIP_LOG(kLogInfo, "Cancel remote file request");
-    auto* const record = dynamic_cast<ClipboardFileDataImpl*>(data.get());
-    const FileCancelFunc cancel = record != nullptr ? record->GetFileCancelFunc() : nullptr;
-    if (cancel)
-        cancel(descriptionForCancel());
+    callCancelFunction(dynamic_cast<ClipboardFileDataImpl*>(data.get()));
     {
         LockScope lock(mStateLock);
         mRequestFileState = RequestFileState::kRequestFailed;
@@ -234,6 +232,17 @@ void FileRequest::CancelRemoteTransfer()
     std::shared_ptr<ClipboardData> dropped;  // goes after the lock: its functions are the host's
     LockScope lock(mStateLock);
     mClipData.swap(dropped);
+}
+
+// Called at an object's end, and when a data lock is released: neither can hand an exception to anyone.
+void FileRequest::callCancelFunction(ClipboardFileDataImpl* record) const
+{
+    try {
+        if (const FileCancelFunc cancel = record != nullptr ? record->GetFileCancelFunc() : nullptr)
+            cancel(descriptionForCancel());
+    } catch (...) {
+        CLIP_LOG(kLogError, "The host's cancel function failed: %s", DescribeException());
+    }
 }
 
 // What the stream is on; before there is a stream, what was asked for.

@@ -87,6 +87,7 @@ private:
                        unsigned long long size) CLIP_REQUIRES(mDataLock);
     void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
                      const std::string& path) CLIP_REQUIRES(mDataLock);
+    void callCancelFunction(ClipboardFileDataImpl* record) const;
     ClipfileDescription descriptionForCancel() const;
 
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateLock);

@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "exception_text.h"
 #include "file_clipboard_lazy_renderer/drive_list.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/notification_walk.h"
@@ -147,11 +148,9 @@ void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const un
                 handleAddedFile(root, shownName);
             return WalkStep::kGoOn;
         });
-    } catch (const std::exception& failure) {
-        // Out of memory, or what the host's callback throws: this landing is lost, the drive goes on being watched.
-        CLIP_LOG(kLogFatal, "A landing can't be handled: %s", failure.what());
     } catch (...) {
-        CLIP_LOG(kLogFatal, "A landing can't be handled: %s", "unknown exception");
+        // Out of memory, or what the host's callback throws: this landing is lost, the drive goes on being watched.
+        CLIP_LOG(kLogFatal, "A landing can't be handled: %s", DescribeException());
     }
 }
 

@@ -1,9 +1,9 @@
 #include "workthread/job_slot.h"
 
-#include <exception>
 #include <new>
 #include <utility>
 
+#include "exception_text.h"
 #include "log.h"
 
 namespace sd::clip {
@@ -25,10 +25,8 @@ void call(const std::function<void()>& func)
 {
     try {
         func();
-    } catch (const std::exception& failure) {
-        CLIP_LOG(kLogError, "A job of the OLE thread failed: %s", failure.what());
     } catch (...) {
-        CLIP_LOG(kLogError, "A job of the OLE thread failed: %s", "unknown exception");
+        CLIP_LOG(kLogError, "A job of the OLE thread failed: %s", DescribeException());
     }
 }
 
