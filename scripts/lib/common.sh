@@ -5,7 +5,7 @@ build_dir=$repository/build
 binaries_dir=$build_dir/mingw/bin
 
 # Put before a command, where the kernel allows it: at random addresses the thread sanitizer may refuse to start, and of
-# 2,500 Wine processes one finds the place of Windows' shared data taken and ends ("can't be started, error 1359").
+# some thousand Wine processes one finds the place of Windows' shared data taken and ends (its parent has error 1359).
 fixed_addresses=(setarch --addr-no-randomize)
 "${fixed_addresses[@]}" true 2>/dev/null || fixed_addresses=()
 
