@@ -27,7 +27,8 @@ bool moveWithRetries(const std::wstring& source, const std::wstring& target)
     }
 }
 
-// As the file system shows it: of a name that is not UTF-8 the placeholder has a changed one.
+// As the file system shows it: of a name that is not UTF-8 the placeholder has a changed one. A name that can't be
+// converted now is looked for as it is, and not as nothing, which every path contains.
 std::string makeShownName(const std::string& name)
 {
     const std::string shown = WideToUtf8(Utf8ToWide(name));
