@@ -128,6 +128,13 @@ public:
         mGo.set_value();
     }
 
+    // Lets it go, and waits for it.
+    void end()
+    {
+        letGo();
+        mDelivery.wait();
+    }
+
 private:
     RecordingListener& mListener;
     std::promise<void> mInside;

@@ -154,3 +154,25 @@ TEST(TransferFileWriting, AnOpenAfterAFailedOneSucceeds)
     transfer.finishSlice();
     EXPECT_EQ(readWholeFile(transfer.file.mSlices.at(0)), "kept");
 }
+
+// A stream that kept some of it would write it when it is closed, and the slice may be a newer list's by then.
+TEST(TransferFileWriting, ADeliveryStandsInTheSliceWhenItIsTaken)
+{
+    SampleTransfer transfer(1000);
+    const std::string path = transfer.nextPath();
+    transfer.write("first,");
+    EXPECT_EQ(readWholeFile(path), "first,");
+    transfer.write("second");
+    EXPECT_EQ(readWholeFile(path), "first,second");
+}
+
+TEST(TransferFileWriting, AnAbandonedSliceIsClosedAndNoReaderGetsIt)
+{
+    SampleTransfer transfer(1000);
+    transfer.file.AbandonSlice();
+    transfer.write("first,");
+    transfer.file.AbandonSlice();
+    EXPECT_FALSE(transfer.file.mSliceWriter->is_open());
+    EXPECT_EQ(transfer.file.mSliceCount, 0);
+    EXPECT_TRUE(transfer.file.mSlices.empty());
+}

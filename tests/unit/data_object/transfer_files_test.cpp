@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "data_object/transfer_events.h"
+#include "sample_transfer.h"
 
 namespace sd::clip {
 
@@ -134,4 +135,15 @@ TEST(TransferFiles, AReaderMayLookWhileTheWriterAdds)
         files.Add(std::to_string(i), i);
     reader.join();
     EXPECT_EQ(wrong, 0);
+}
+
+TEST(TransferFiles, AbandonedSlicesAreAllClosed)
+{
+    TransferFiles files;
+    const SliceFolder folder;
+    for (const char* const key : {"a", "b"})
+        EXPECT_TRUE(files.Add(key, 1)->OpenSlice(folder.directory() + key + ".0"));
+    files.AbandonSlices();
+    for (const char* const key : {"a", "b"})
+        EXPECT_FALSE(files.Find(key)->mSliceWriter->is_open()) << key;
 }

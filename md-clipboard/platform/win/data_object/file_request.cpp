@@ -92,6 +92,7 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
         declineRequest(file);
         return false;
     }
+    const SliceCloser closer(shared_from_this());
     DataLockScope lock(mDataLock);
     if (isRequested()) {
         declineRequest(file);
@@ -221,6 +222,7 @@ void FileRequest::CancelRemoteTransfer()
         data = mClipData;
     }
     CLIP_LOG(kLogInfo, "Cancel remote file request");
+    closeSlicesIfEnded();
     callCancelFunction(dynamic_cast<ClipboardFileDataImpl*>(data.get()));
     {
         LockScope lock(mStateLock);
@@ -274,6 +276,7 @@ void FileRequest::Cut()
         mCancelling = true;
         mIsCut = true;
     }
+    closeSlicesIfEnded();
     CancelRemoteTransfer();
     std::shared_ptr<ClipboardData> data;
     Microsoft::WRL::ComPtr<FileStream> stream;
@@ -284,6 +287,20 @@ void FileRequest::Cut()
     }
     if (stream)
         stream->Disconnect();
+}
+
+// Does not wait: a delivery or a request that has the data lock closes them itself, behind it (SliceCloser).
+void FileRequest::closeSlicesIfEnded()
+{
+    {
+        LockScope lock(mStateLock);
+        if (!mCancelling)
+            return;
+    }
+    if (!mDataLock.try_lock())
+        return;
+    mTransferFiles.AbandonSlices();
+    mDataLock.unlock();
 }
 
 }  // namespace sd::clip

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "annotated_mutex.h"
 #include "data_object/data_lock.h"
@@ -72,6 +73,22 @@ public:
 private:
     friend class TestAccess;
 
+    // Stands around a scope with the data lock: a transfer that another thread ends meanwhile keeps no slice open,
+    // though that thread does not wait for the lock.
+    class SliceCloser {
+    public:
+        explicit SliceCloser(std::shared_ptr<FileRequest> request) : mRequest(std::move(request)) {}
+        ~SliceCloser()
+        {
+            mRequest->closeSlicesIfEnded();
+        }
+        SliceCloser(const SliceCloser&) = delete;
+        SliceCloser& operator=(const SliceCloser&) = delete;
+
+    private:
+        const std::shared_ptr<FileRequest> mRequest;
+    };
+
     std::shared_ptr<ClipboardFileDataImpl> recordForDelivery() const;
     bool isRequested() const;
     void setState(RequestFileState state);
@@ -88,6 +105,7 @@ private:
     void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
                      const std::string& path) CLIP_REQUIRES(mDataLock);
     void callCancelFunction(ClipboardFileDataImpl* record) const;
+    void closeSlicesIfEnded() CLIP_EXCLUDES(mStateLock);
     ClipfileDescription descriptionForCancel() const;
 
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateLock);

@@ -46,6 +46,7 @@ std::shared_ptr<ClipboardFileDataImpl> FileRequest::recordForDelivery() const
 
 void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size)
 {
+    const SliceCloser closer(shared_from_this());
     DataLockScope lock(mDataLock);
     const auto record = recordForDelivery();
     if (record == nullptr) {

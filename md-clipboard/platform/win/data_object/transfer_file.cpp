@@ -29,6 +29,16 @@ std::uint32_t readPieces(std::istream& stream, char* buffer, std::uint32_t lengt
     return total;
 }
 
+void writePieces(std::ostream& stream, const unsigned char* data, unsigned long long size)
+{
+    const auto* bytes = reinterpret_cast<const char*>(data);
+    for (unsigned long long written = 0; written < size;) {
+        const auto piece = std::min(size - written, kLongestCall);
+        stream.write(bytes + written, static_cast<std::streamsize>(piece));
+        written += piece;
+    }
+}
+
 }  // namespace
 
 TransferFile::TransferFile(std::string key, std::int64_t fileSize)
@@ -46,13 +56,9 @@ bool TransferFile::OpenSlice(const std::string& path)
 
 void TransferFile::Write(const unsigned char* data, unsigned long long size)
 {
-    const auto* bytes = reinterpret_cast<const char*>(data);
-    for (unsigned long long written = 0; written < size;) {
-        const auto piece = std::min(size - written, kLongestCall);
-        mSliceWriter->write(bytes + written, static_cast<std::streamsize>(piece));
-        written += piece;
-    }
     mReadySize += static_cast<std::int64_t>(size);
+    writePieces(*mSliceWriter, data, size);
+    mSliceWriter->flush();
 }
 
 std::int64_t TransferFile::Position() const
@@ -69,6 +75,12 @@ void TransferFile::CloseSlice(const std::string& path)
     LockScope lock(mSliceMutex);
     mSlices.push_back(path);
     ++mSliceCount;
+}
+
+void TransferFile::AbandonSlice()
+{
+    if (mSliceWriter->is_open())
+        mSliceWriter->close();
 }
 
 void TransferFile::NotifySliceReady()
@@ -122,6 +134,11 @@ void TransferFile::Restart()
     mSliceReader.reset();
     mCopiedSize = 0;
     mReadSliceIndex = 0;
+}
+
+void TransferFile::GiveUpReader()
+{
+    mSliceReader.reset();
 }
 
 bool TransferFile::hasCopiedAll() const

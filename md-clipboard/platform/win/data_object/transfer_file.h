@@ -33,7 +33,8 @@ public:
     // @return whether a slice is open
     bool OpenSlice(const std::string& path);
 
-    // Counts the bytes as ready, whether or not the disk took them.
+    // Counts the bytes as ready, whether or not the disk took them. What the disk took stands in the file when this
+    // returns: nothing is written later.
     void Write(const unsigned char* data, unsigned long long size);
 
     // @return bytes in the open slice; negative after a failed open or write
@@ -49,6 +50,9 @@ public:
     // Closes the slice and adds it to those that the reader may open.
     void CloseSlice(const std::string& path);
 
+    // Closes the slice and adds it to nothing: the transfer has ended.
+    void AbandonSlice();
+
     // Wakes a reader that waits. It looks again, and sleeps on if there is no new slice. Any thread may call this.
     void NotifySliceReady();
 
@@ -63,6 +67,9 @@ public:
 
     // Lets the next Read begin at the first byte.
     void Restart();
+
+    // Closes the slice that is being read.
+    void GiveUpReader();
 
     // Their names and their order are known outside: they stay.
     const std::string mFileKey;

@@ -27,4 +27,13 @@ TransferFile* TransferFiles::Add(std::string key, std::int64_t fileSize)
     return file;
 }
 
+void TransferFiles::AbandonSlices()
+{
+    LockScope lock(mMutex);
+    for (const auto& file : mFiles) {
+        if (file != nullptr)
+            file->AbandonSlice();
+    }
+}
+
 }  // namespace sd::clip

@@ -19,7 +19,7 @@ namespace sd::clip {
 std::string MakeFileKey(const ClipfileDescription& file);
 
 // Owns the records; they stay where they are until it goes.
-// Threads: any. Its lock is a leaf: nothing is called while it is held.
+// Threads: any. Its lock is a leaf: nothing is called while it is held, but files are closed.
 class TransferFiles {
 public:
     TransferFiles() = default;
@@ -32,6 +32,9 @@ public:
     // Of several records with one key the first stays the one that is found.
     // @return the new record
     TransferFile* Add(std::string key, std::int64_t fileSize);
+
+    // Closes every slice that is open for writing. No writer may be at work.
+    void AbandonSlices();
 
 private:
     friend class TestAccess;

@@ -184,6 +184,7 @@ void FileStream::Cancel()
         mCancelled = true;
     else
         MediumBase::Cancel();
+    closeReaderIfEnded();
 }
 
 bool FileStream::SetFile(std::shared_ptr<DetailFileDescription> description, FileRequestFunc data,
@@ -222,6 +223,8 @@ bool FileStream::mayPointAnew() const
 bool FileStream::pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode)
 {
     CLIP_LOG(kLogInfo, "mFileCancelFunc:%p", static_cast<void*>(&mFileCancelFunc));
+    if (TransferFile* const earlier = mTransferFile)
+        earlier->GiveUpReader();
     takeDescription(std::move(description));
     close();
     if (mode != kFileModeOpenLocal)
@@ -277,6 +280,23 @@ void FileStream::onFileTransferData(const ClipfileDescription& /*description*/, 
 void FileStream::Disconnect()
 {
     mDisconnected = true;
+    closeReaderIfEnded();
+}
+
+// Nothing more is read from the slice. A Read that runs is not waited for: it closes the slice itself. Everything else
+// holds the lock for a moment only.
+void FileStream::closeReaderIfEnded()
+{
+    if ((!mCancelled && !mDisconnected) || isReadingHere())
+        return;
+    while (!mMutex.try_lock()) {
+        if (mReadingThread != std::thread::id())
+            return;
+        std::this_thread::yield();
+    }
+    if (TransferFile* const file = mTransferFile)
+        file->GiveUpReader();
+    mMutex.unlock();
 }
 
 // ---- Helpers ----

@@ -115,7 +115,8 @@ public:
     void onFileTransferData(const ClipfileDescription& description, const unsigned char* data, std::uint64_t size);
 
     // The data object has died: from now on Read gives STG_E_REVERTED and asks the transfer for nothing more. Returns
-    // at once; a Read that waits for a record gives up after its pause, one that waits for a slice waits on.
+    // at once; a Read that waits for a record gives up after its pause, one that waits for a slice waits on. The slice
+    // that was read last is closed.
     void Disconnect();
 
     // The file that the stream points at; may be null. Does not wait for a running Read.
@@ -133,6 +134,7 @@ private:
     bool mayPointAnew() const CLIP_REQUIRES(mMutex);
     bool pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode) CLIP_REQUIRES(mMutex);
     void takeDescription(std::shared_ptr<DetailFileDescription> description) CLIP_REQUIRES(mMutex);
+    void closeReaderIfEnded() CLIP_NO_THREAD_SAFETY_ANALYSIS;  // the check can't follow a lock that is tried in a loop
     bool isReadingHere() const;
     std::uint64_t localFileSize() CLIP_REQUIRES(mMutex);
 

@@ -52,6 +52,7 @@ HRESULT FileStream::Read(void* pv, ULONG cb, ULONG* pcbRead)
         noteReadActivity();
         gReadState = ReadState::kBetweenReads;
     }
+    closeReaderIfEnded();
     return result;
 }
 
@@ -77,6 +78,9 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
         if (!mDisconnected)
             mFileTransfer->CancelRemoteTransfer();
     }
+    // No bytes may also mean a slice that was deleted after the data object had died.
+    if (mDisconnected && count == 0)
+        return STG_E_REVERTED;
     copied = count;
     noteReadActivity();
     if (file->mCopiedSize == file->mFileSize)

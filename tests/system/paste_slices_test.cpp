@@ -1,0 +1,157 @@
+// Whose bytes the slices in the cache hold: those of one list, for as long as some application may read them.
+#include <filesystem>
+
+#include "guest_paste.h"
+#include "sha256.h"
+#include "stream_keeper.h"
+#include "support/recording_log.h"
+
+using namespace sd::clip;
+
+namespace {
+
+constexpr std::size_t kSlice = 1048576;
+
+std::string oldBytes(std::size_t size)
+{
+    return std::string(size, 'O');
+}
+
+std::string newBytes(std::size_t size)
+{
+    return std::string(size, 'N');
+}
+
+// A host that hands its sink to the test.
+struct SinkList {
+    explicit SinkList(std::uint64_t size)
+    {
+        file.fileName = "same.bin";
+        file.size = size;
+        record->SetFiles({file});
+        record->SetFileFuncs(
+            [this](const ClipfileDescription&, FileDataSink given) {
+                sink = std::move(given);
+                ++requests;
+                return std::string();
+            },
+            [this](const ClipfileDescription&) { ++cancels; });
+    }
+
+    void deliver(std::string bytes) const
+    {
+        sink(file, reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+    }
+
+    const std::shared_ptr<ClipboardFileDataImpl> record = std::make_shared<ClipboardFileDataImpl>();
+    ClipfileDescription file;
+    FileDataSink sink;
+    std::atomic<int> requests{0};
+    std::atomic<int> cancels{0};
+};
+
+class PasteSlices : public PasteTest {
+protected:
+    static void copyText()
+    {
+        ChildProcess child(L"clip-copy.exe", {L"--text", L"somebody's text"});
+        EXPECT_EQ(child.waitForExit(), 0U) << child.output();
+    }
+
+    // An application has the stream of a list's file, but not its data object, when another program copies: the object
+    // is gone then, with the first bytes of the file delivered.
+    static void loseObject(const SinkList& list)
+    {
+        list.deliver(oldBytes(65536));
+        list.deliver(oldBytes(700));
+        copyText();
+        EXPECT_TRUE(waitUntil([&] { return list.cancels == 1; }));
+        EXPECT_TRUE(RecordingLog::waitForLine(5, "destroy ", 30000));
+    }
+
+    // Twice: the second time from the slices alone.
+    void expectNewFileIsPasted()
+    {
+        const auto list = offerNew({{"", "same.bin", newBytes(700000)}});
+        EXPECT_EQ(paste(L"first"), kPasteWritten) << mOutput;
+        expectPasted(*list, L"first");
+        mNewList = list;
+    }
+    void expectNewFileIsPastedFromItsSlices()
+    {
+        EXPECT_EQ(paste(L"second"), kPasteWritten) << mOutput;
+        expectPasted(*mNewList, L"second");
+        EXPECT_EQ(mNewList->requests(), 1);
+    }
+
+    void expectNoSliceStaysOpen() const
+    {
+        std::size_t count = 0;
+        for (const auto& slice : std::filesystem::directory_iterator(mFolder.path() + L"\\cache")) {
+            EXPECT_TRUE(DeleteFileW(slice.path().c_str())) << slice.path() << " error " << GetLastError();
+            ++count;
+        }
+        EXPECT_GT(count, 0U);
+    }
+
+    std::shared_ptr<GuestList> mNewList;
+};
+
+}  // namespace
+
+TEST_F(PasteSlices, AStreamThatOutlivesItsObjectLeavesNoBytesInANewerFile)
+{
+    SinkList old(3 * kSlice);
+    ASSERT_TRUE(offer(old.record));
+    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+    loseObject(old);
+    old.sink = nullptr;
+
+    expectNewFileIsPasted();
+    EXPECT_TRUE(keeper.release());
+    expectNewFileIsPastedFromItsSlices();
+}
+
+TEST_F(PasteSlices, ASinkThatTheHostKeepsLeavesNoBytesInANewerFile)
+{
+    SinkList old(3 * kSlice);
+    ASSERT_TRUE(offer(old.record));
+    {
+        StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
+        ASSERT_TRUE(keeper.waitUntilItHasBegun());
+        loseObject(old);
+        EXPECT_TRUE(keeper.release());
+    }
+    expectNewFileIsPasted();
+    old.deliver(oldBytes(700));
+    old.sink = nullptr;
+    expectNewFileIsPastedFromItsSlices();
+}
+
+TEST_F(PasteSlices, AnObjectThatDiesLeavesNoSliceOpen)
+{
+    SinkList old(3 * kSlice);
+    ASSERT_TRUE(offer(old.record));
+    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+    loseObject(old);
+    expectNoSliceStaysOpen();
+    EXPECT_TRUE(keeper.release());
+}
+
+TEST_F(PasteSlices, AnObjectThatDiesLeavesNoSliceOpenThatIsBeingRead)
+{
+    SinkList old(3 * kSlice);
+    ASSERT_TRUE(offer(old.record));
+    std::thread delivery([&] {
+        EXPECT_TRUE(waitUntil([&] { return old.requests == 1; }));
+        old.deliver(oldBytes(kSlice));
+    });
+    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 65536);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+    delivery.join();
+    loseObject(old);
+    expectNoSliceStaysOpen();
+    EXPECT_TRUE(keeper.release());
+}
