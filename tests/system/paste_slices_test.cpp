@@ -11,6 +11,7 @@ using namespace sd::clip;
 namespace {
 
 constexpr std::size_t kSlice = 1048576;
+constexpr HRESULT kReverted = static_cast<HRESULT>(0x80030102);  // STG_E_REVERTED
 
 std::string oldBytes(std::size_t size)
 {
@@ -153,5 +154,35 @@ TEST_F(PasteSlices, AnObjectThatDiesLeavesNoSliceOpenThatIsBeingRead)
     delivery.join();
     loseObject(old);
     expectNoSliceStaysOpen();
+    EXPECT_TRUE(keeper.release());
+}
+
+TEST_F(PasteSlices, ASlowApplicationNeverGetsBytesOfANewerListWithTheSameName)
+{
+    const auto old = offerNew({{"", "same.bin", oldBytes(3 * kSlice)}});
+    EXPECT_EQ(paste(L"old"), kPasteWritten) << mOutput;
+    expectPasted(*old, L"old");
+    StreamKeeper keeper(StreamKeeper::Object::kKept, 65536);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+
+    const auto newer = offerNew({{"", "same.bin", newBytes(3 * kSlice)}});
+    EXPECT_EQ(paste(L"newer"), kPasteWritten) << mOutput;
+    expectPasted(*newer, L"newer");
+    keeper.readOn();
+    EXPECT_EQ(keeper.waitForReading(), StreamKeeper::describeReading(oldBytes(65536), kReverted));
+    EXPECT_TRUE(keeper.release());
+}
+
+TEST_F(PasteSlices, ANewerListWithAnotherNameDisturbsNoSlowApplication)
+{
+    const auto old = offerNew({{"", "same.bin", oldBytes(3 * kSlice)}});
+    EXPECT_EQ(paste(L"old"), kPasteWritten) << mOutput;
+    StreamKeeper keeper(StreamKeeper::Object::kKept, 65536);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+
+    const auto newer = offerNew({{"", "other.bin", newBytes(3 * kSlice)}});
+    EXPECT_EQ(paste(L"newer"), kPasteWritten) << mOutput;
+    keeper.readOn();
+    EXPECT_EQ(keeper.waitForReading(), StreamKeeper::describeReading(oldBytes(3 * kSlice), S_FALSE));
     EXPECT_TRUE(keeper.release());
 }

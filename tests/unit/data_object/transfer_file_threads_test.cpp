@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <random>
@@ -134,4 +135,31 @@ TEST(TransferFileThreads, NoSignalIsLost)
         ASSERT_EQ(all, "ab");
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(29));
+}
+
+// What an older list was just writing stands before the newer list empties the slice, and nothing comes afterwards.
+TEST(TransferFileThreads, ANewerListOfOneNameGetsNoBytesOfAnOlderOne)
+{
+    const SliceFolder folder;
+    const std::string path = sd::clip::MakeSlicePath(folder.directory(), "key", 0);
+    for (int round = 0; round < 200; ++round) {
+        sd::clip::TransferFile older("key", 1000000);
+        sd::clip::TransferFile newer("key", 4);
+        std::atomic<bool> writes{false};
+        std::thread writer([&] {
+            const std::string bytes(1000, 'o');
+            while (!older.HasLostSlices()) {
+                older.OpenSlice(path);
+                older.Write(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+                writes = true;
+            }
+        });
+        while (!writes)
+            std::this_thread::yield();
+        newer.OpenSlice(path);
+        newer.Write(reinterpret_cast<const unsigned char*>("new."), 4);
+        writer.join();
+        newer.CloseSlice(path);
+        ASSERT_EQ(readWholeFile(path), "new.") << round;
+    }
 }

@@ -1,12 +1,14 @@
 // The writer's half of a TransferFile.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <vector>
 
 #include "data_object/transfer_events.h"
 #include "data_object/transfer_file.h"
 #include "sample_transfer.h"
 
+using sd::clip::MakeSlicePath;
 using sd::clip::TransferFile;
 
 void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
@@ -176,3 +178,76 @@ TEST(TransferFileWriting, AnAbandonedSliceIsClosedAndNoReaderGetsIt)
     EXPECT_EQ(transfer.file.mSliceCount, 0);
     EXPECT_TRUE(transfer.file.mSlices.empty());
 }
+
+// ---- Two lists with a file of one name ----
+
+namespace {
+
+// The file of two lists, in one cache directory.
+struct TwoLists {
+    TransferFile older{"key", 12};
+    TransferFile newer{"key", 5};
+    SliceFolder folder;
+    const std::string path = MakeSlicePath(folder.directory(), "key", 0);
+
+    static void write(TransferFile& file, const std::string& slicePath, const std::string& bytes)
+    {
+        file.OpenSlice(slicePath);
+        file.Write(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    }
+};
+
+}  // namespace
+
+TEST(TransferFileWriting, TheNewerListOfOneNameHasItsSlicesToItself)
+{
+    TwoLists lists;
+    TwoLists::write(lists.older, lists.path, "older,");
+    EXPECT_FALSE(lists.older.HasLostSlices());
+    TwoLists::write(lists.newer, lists.path, "newer");
+    EXPECT_TRUE(lists.older.HasLostSlices());
+    EXPECT_FALSE(lists.newer.HasLostSlices());
+
+    TwoLists::write(lists.older, lists.path, "older.");
+    EXPECT_FALSE(lists.older.mSliceWriter->is_open());
+    EXPECT_EQ(lists.older.mReadySize, 12);
+    lists.older.CloseSlice(lists.path);
+    EXPECT_FALSE(lists.older.OpenSlice(MakeSlicePath(lists.folder.directory(), "key", 1)));
+    lists.newer.CloseSlice(lists.path);
+    EXPECT_EQ(readWholeFile(lists.path), "newer");
+}
+
+TEST(TransferFileWriting, AnOlderListThatComesLateWritesNothing)
+{
+    TwoLists lists;
+    TwoLists::write(lists.newer, lists.path, "newer");
+    TwoLists::write(lists.older, lists.path, "older,");
+    EXPECT_TRUE(lists.older.HasLostSlices());
+    EXPECT_EQ(lists.older.Position(), -1);
+    EXPECT_EQ(readWholeFile(lists.path), "newer");
+}
+
+TEST(TransferFileWriting, ListsOfOneNameInTwoFoldersDoNotMeet)
+{
+    TwoLists lists;
+    const SliceFolder other;
+    const std::string path = MakeSlicePath(other.directory(), "key", 0);
+    TwoLists::write(lists.older, lists.path, "older,");
+    TwoLists::write(lists.newer, path, "newer");
+    EXPECT_FALSE(lists.older.HasLostSlices());
+    EXPECT_EQ(readWholeFile(lists.path), "older,");
+    EXPECT_EQ(readWholeFile(path), "newer");
+}
+
+#ifdef _WIN32
+TEST(TransferFileWriting, AFolderInAnotherSpellingIsTheSameFolder)
+{
+    TwoLists lists;
+    std::string path = lists.path;
+    for (char& unit : path)
+        unit = unit == '/' ? '\\' : static_cast<char>(std::toupper(static_cast<unsigned char>(unit)));
+    TwoLists::write(lists.older, lists.path, "older,");
+    TwoLists::write(lists.newer, path, "newer");
+    EXPECT_TRUE(lists.older.HasLostSlices());
+}
+#endif

@@ -137,6 +137,19 @@ TEST(TransferFiles, AReaderMayLookWhileTheWriterAdds)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(TransferFiles, FilesOfALaterListTakeTheSlicesOfAnEarlierOnes)
+{
+    TransferFiles earlier;
+    TransferFiles later;
+    TransferFile* const newer = later.Add("a", 1);
+    TransferFile* const older = earlier.Add("a", 1);
+    const SliceFolder folder;
+    EXPECT_TRUE(older->OpenSlice(folder.directory() + "a.0"));
+    EXPECT_TRUE(newer->OpenSlice(folder.directory() + "a.0"));
+    EXPECT_TRUE(older->HasLostSlices());
+    EXPECT_FALSE(newer->HasLostSlices());
+}
+
 TEST(TransferFiles, AbandonedSlicesAreAllClosed)
 {
     TransferFiles files;

@@ -3,6 +3,7 @@
 
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
+#include "support/import_hook.h"
 #include "support/recording_log.h"
 
 using namespace sd::clip;
@@ -60,4 +61,64 @@ TEST_F(FileStreamEnd, ARunningReadClosesItsSliceWhenTheDataObjectDies)
     transfer->duringLookUp = [&] { stream->Disconnect(); };
     expectRead(2, S_OK, contents.substr(0, 2));
     EXPECT_TRUE(DeleteFileA(slices[0].c_str()));
+}
+
+// ---- A newer list has a file of the same name ----
+
+TEST_F(FileStreamEnd, AFileWhoseSlicesANewerListWritesIsReverted)
+{
+    setUpFile(10, 5);
+    expectRead(2, S_OK, contents.substr(0, 2));
+    TransferFile newer("folder\\a.bin", 3);
+    EXPECT_TRUE(newer.OpenSlice(slices[0]));
+    const ReadResult found = read(5);
+    EXPECT_EQ(found.result, STG_E_REVERTED);
+    EXPECT_EQ(found.count, 0u);
+    EXPECT_EQ(gReadState, ReadState::kBetweenReads);
+    EXPECT_EQ(RecordingLog::count(6, "A newer list has taken the slices of foldera.bin"), 1);
+    EXPECT_TRUE(stream->SetFile(description, nullptr, nullptr, kFileModeTransfer));
+    EXPECT_EQ(read(5).result, STG_E_REVERTED);
+}
+
+TEST_F(FileStreamEnd, AnotherFileOfThatListIsReadOn)
+{
+    setUpFile(10, 5);
+    const auto other = makeDescription("b.bin", 3);
+    transfer->addSlice(*other, "abc");
+    TransferFile newer("folder\\a.bin", 3);
+    EXPECT_TRUE(newer.OpenSlice(slices[0]));
+    EXPECT_TRUE(stream->SetFile(other, nullptr, nullptr, kFileModeTransfer));
+    expectRead(3, S_OK, "abc");
+}
+
+namespace {
+
+TransferFile* gNewer = nullptr;
+std::string gNewerSlice;
+decltype(&_read) gRealRead = nullptr;
+
+// The newer list writes its slice before the older one's bytes are read from there.
+int __cdecl readAfterTheNewerList(int file, void* buffer, unsigned int size)
+{
+    if (!gNewer->HasLostSlices() && gNewer->mReadySize == 0) {
+        EXPECT_TRUE(gNewer->OpenSlice(gNewerSlice));
+        gNewer->Write(reinterpret_cast<const unsigned char*>("newer"), 5);
+    }
+    return gRealRead(file, buffer, size);
+}
+
+}  // namespace
+
+TEST_F(FileStreamEnd, ANewerListThatComesInTheMiddleOfAReadRevertsIt)
+{
+    setUpFile(10, 5);
+    TransferFile newer("folder\\a.bin", 5);
+    gNewer = &newer;
+    gNewerSlice = slices[0];
+    const ImportHook<decltype(&_read)> hook(nullptr, "_read", &readAfterTheNewerList);
+    gRealRead = hook.real();
+    const ReadResult found = read(5);
+    EXPECT_EQ(newer.mReadySize, 5);
+    EXPECT_EQ(found.result, STG_E_REVERTED);
+    EXPECT_EQ(found.count, 0u);
 }

@@ -39,17 +39,35 @@ void writePieces(std::ostream& stream, const unsigned char* data, unsigned long 
     }
 }
 
+// What the paths of all slices of a file have in common. The platform takes separators and letters of either kind for
+// the same.
+std::string nameOfSlices(const std::string& slicePath)
+{
+    std::string name = slicePath.substr(0, slicePath.rfind('.'));
+    for (char& unit : name) {
+        if (unit == '\\')
+            unit = '/';
+        else if (unit >= 'A' && unit <= 'Z')
+            unit = static_cast<char>(unit - 'A' + 'a');
+    }
+    return name;
+}
+
 }  // namespace
 
-TransferFile::TransferFile(std::string key, std::int64_t fileSize)
-    : mFileKey(std::move(key)), mFileSize(fileSize), mSliceWriter(std::make_unique<std::ofstream>())
+TransferFile::TransferFile(std::string key, std::int64_t fileSize, std::uint64_t listNumber)
+    : mFileKey(std::move(key)), mFileSize(fileSize), mSliceWriter(std::make_unique<std::ofstream>()), mClaim(listNumber)
 {
 }
 
-// NOLINTNEXTLINE(readability-make-member-function-const): it changes the stream that the record owns
 bool TransferFile::OpenSlice(const std::string& path)
 {
-    if (!mSliceWriter->is_open())
+    if (mSliceWriter->is_open())
+        return true;
+    if (!mClaim.Take(nameOfSlices(path)))
+        return false;
+    LockScope lock(mClaim.WritingMutex());
+    if (!mClaim.IsLost())
         openShared(*mSliceWriter, path.c_str(), std::ios_base::out);
     return mSliceWriter->is_open();
 }
@@ -57,6 +75,11 @@ bool TransferFile::OpenSlice(const std::string& path)
 void TransferFile::Write(const unsigned char* data, unsigned long long size)
 {
     mReadySize += static_cast<std::int64_t>(size);
+    LockScope lock(mClaim.WritingMutex());
+    if (mClaim.IsLost()) {
+        mSliceWriter->close();
+        return;
+    }
     writePieces(*mSliceWriter, data, size);
     mSliceWriter->flush();
 }

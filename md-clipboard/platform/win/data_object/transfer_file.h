@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "annotated_mutex.h"
+#include "data_object/slice_claim.h"
 
 namespace sd::clip {
 
@@ -23,13 +24,15 @@ class TransferFile {
 public:
     // @param key relative path and file name
     // @param fileSize bytes of the whole file
-    TransferFile(std::string key, std::int64_t fileSize);
+    // @param listNumber of the list that the file belongs to (slice_claim.h)
+    TransferFile(std::string key, std::int64_t fileSize, std::uint64_t listNumber = NextListNumber());
 
     TransferFile(const TransferFile&) = delete;
     TransferFile& operator=(const TransferFile&) = delete;
 
     // ---- The writer ----
-    // Opens the slice unless one is open. A failure is remembered by the stream alone: writes to it do nothing.
+    // Opens the slice unless one is open. A failure is remembered by the stream alone: writes to it do nothing. A slice
+    // that a newer list writes is not opened.
     // @return whether a slice is open
     bool OpenSlice(const std::string& path);
 
@@ -71,6 +74,14 @@ public:
     // Closes the slice that is being read.
     void GiveUpReader();
 
+    // ---- Any thread ----
+    // Whether a newer list with a file of the same name has begun to write its slices. What was read before this was
+    // asked is this file's if it is not so. Not undone.
+    bool HasLostSlices() const
+    {
+        return mClaim.IsLost();
+    }
+
     // Their names and their order are known outside: they stay.
     const std::string mFileKey;
     std::vector<std::string> mSlices CLIP_GUARDED_BY(mSliceMutex);  // paths of finished slices
@@ -93,6 +104,8 @@ private:
     void openNextSlice();
     void readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
     void giveUpWaiting(std::uint32_t* count);
+
+    SliceClaim mClaim;  // safe by itself
 };
 
 }  // namespace sd::clip

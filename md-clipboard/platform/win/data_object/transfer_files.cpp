@@ -18,7 +18,7 @@ TransferFile* TransferFiles::Find(const std::string& key) const
 
 TransferFile* TransferFiles::Add(std::string key, std::int64_t fileSize)
 {
-    auto made = std::make_unique<TransferFile>(std::move(key), fileSize);
+    auto made = std::make_unique<TransferFile>(std::move(key), fileSize, mListNumber);
     TransferFile* const file = made.get();
     LockScope lock(mMutex);
     mFiles.emplace_back();  // memory that runs out leaves an empty place at the most, not a record that can't be found

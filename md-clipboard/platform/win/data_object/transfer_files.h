@@ -39,6 +39,7 @@ public:
 private:
     friend class TestAccess;
 
+    const std::uint64_t mListNumber = NextListNumber();
     mutable Mutex mMutex;
     std::vector<std::unique_ptr<TransferFile>> mFiles CLIP_GUARDED_BY(mMutex);  // in the order of their first delivery
     // Its keys are views of the records' own.

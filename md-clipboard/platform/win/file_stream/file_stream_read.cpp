@@ -34,6 +34,15 @@ private:
     const std::thread::id mBefore;
 };
 
+// Whether a newer list writes the slices of the file. Asked after a read too, as those bytes may be the newer list's.
+bool isTaken(const TransferFile& file)
+{
+    if (!file.HasLostSlices())
+        return false;
+    CLIP_LOG(kLogError, "A newer list has taken the slices of %s", file.mFileKey.c_str());
+    return true;
+}
+
 }  // namespace
 
 HRESULT FileStream::Read(void* pv, ULONG cb, ULONG* pcbRead)
@@ -70,6 +79,8 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
         return S_FALSE;
     }
 
+    if (isTaken(*file))
+        return STG_E_REVERTED;
     if (std::exchange(mStartsAnew, false))
         file->Restart();
     std::uint32_t count = 0;
@@ -79,7 +90,7 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
             mFileTransfer->CancelRemoteTransfer();
     }
     // No bytes may also mean a slice that was deleted after the data object had died.
-    if (mDisconnected && count == 0)
+    if (isTaken(*file) || (mDisconnected && count == 0))
         return STG_E_REVERTED;
     copied = count;
     noteReadActivity();
