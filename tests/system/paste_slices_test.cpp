@@ -4,6 +4,8 @@
 #include "guest_paste.h"
 #include "sha256.h"
 #include "stream_keeper.h"
+#include "support/import_hook.h"
+#include "support/pumping_thread.h"
 #include "support/recording_log.h"
 
 using namespace sd::clip;
@@ -51,6 +53,13 @@ struct SinkList {
     std::atomic<int> cancels{0};
 };
 
+// On a clipboard that this thread has not opened, as Windows documents it. Wine tells the owner all the same.
+BOOL WINAPI refuseToEmpty()
+{
+    SetLastError(ERROR_CLIPBOARD_NOT_OPEN);
+    return FALSE;
+}
+
 class PasteSlices : public PasteTest {
 protected:
     static void copyText()
@@ -93,6 +102,16 @@ protected:
             ++count;
         }
         EXPECT_GT(count, 0U);
+    }
+
+    bool offerPlaceholder(const std::vector<std::string>& names)
+    {
+        auto record = ClipboardFileDataEx::Create();
+        std::vector<ClipfileDescription> files(names.size());
+        for (std::size_t i = 0; i < names.size(); ++i)
+            files[i].fileName = names[i];
+        record->SetFiles(files);
+        return mHost.clipboard().SetClipboardData(ClipboardFormat::FileLazy, record);
     }
 
     std::shared_ptr<GuestList> mNewList;
@@ -184,5 +203,86 @@ TEST_F(PasteSlices, ANewerListWithAnotherNameDisturbsNoSlowApplication)
     EXPECT_EQ(paste(L"newer"), kPasteWritten) << mOutput;
     keeper.readOn();
     EXPECT_EQ(keeper.waitForReading(), StreamKeeper::describeReading(oldBytes(3 * kSlice), S_FALSE));
+    EXPECT_TRUE(keeper.release());
+}
+
+TEST_F(PasteSlices, APlaceholderListThatIsRefusedLateSparesTheStandingList)
+{
+    const ImportHook<decltype(&EmptyClipboard)> asOnWindows(GetModuleHandleW(L"md-clipboard.dll"), "EmptyClipboard",
+                                                            refuseToEmpty);
+    const auto list = offerNew({{"", "a.bin", oldBytes(2 * kSlice + 5)}, {"folder", "b.txt", "b"}});
+    EXPECT_EQ(paste(L"first"), kPasteWritten) << mOutput;
+    EXPECT_TRUE(list->waitForDelivery());
+
+    EXPECT_FALSE(offerPlaceholder({}));
+    EXPECT_EQ(RecordingLog::count(7, "No file to copy"), 1);
+    EXPECT_EQ(paste(L"second"), kPasteWritten) << mOutput;
+    expectPasted(*list, L"second");
+    EXPECT_EQ(list->requests(), 1);
+}
+
+TEST_F(PasteSlices, APlaceholderListThatFindsTheClipboardHeldSparesTheStandingList)
+{
+    const ImportHook<decltype(&EmptyClipboard)> asOnWindows(GetModuleHandleW(L"md-clipboard.dll"), "EmptyClipboard",
+                                                            refuseToEmpty);
+    const auto list = offerNew({{"", "a.bin", oldBytes(2 * kSlice + 5)}, {"folder", "b.txt", "b"}});
+    EXPECT_EQ(paste(L"first"), kPasteWritten) << mOutput;
+    EXPECT_TRUE(list->waitForDelivery());
+
+    PumpingThread holder;
+    HWND window = nullptr;
+    holder.run([&window] {
+        window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+        EXPECT_TRUE(waitUntil([window] { return OpenClipboard(window) != FALSE; }));
+    });
+    EXPECT_FALSE(offerPlaceholder({"report.txt"}));
+    holder.run([window] {
+        CloseClipboard();
+        DestroyWindow(window);
+    });
+    EXPECT_TRUE(RecordingLog::hasLine(7, "Failed to add file info to clipboard"));
+    EXPECT_EQ(paste(L"second"), kPasteWritten) << mOutput;
+    expectPasted(*list, L"second");
+    EXPECT_EQ(list->requests(), 1);
+}
+
+TEST_F(PasteSlices, APlaceholderListInTheMiddleOfAPasteLetsItEndWholeWhileItsObjectIsHeld)
+{
+    Delivery delivery;
+    delivery.before = [this](std::uint64_t sent) {
+        if (sent > 2 * kSlice)
+            mGate.pass();
+    };
+    const std::string bytes = oldBytes(4 * kSlice);
+    const auto list = offerNew({{"", "a.bin", bytes}}, delivery);
+    StreamKeeper keeper(StreamKeeper::Object::kKept, 65536);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+    EXPECT_TRUE(mGate.waitForArrival());
+
+    EXPECT_TRUE(offerPlaceholder({"report.txt"}));
+    keeper.readOn();
+    EXPECT_TRUE(RecordingLog::waitForLine(5, "Wait slice file..", 30000));
+    mGate.open();
+    EXPECT_EQ(keeper.waitForReading(), StreamKeeper::describeReading(bytes, S_FALSE));
+    EXPECT_EQ(list->cancels(), 0);
+    EXPECT_TRUE(keeper.release());
+}
+
+TEST_F(PasteSlices, APlaceholderListInTheMiddleOfAPasteRevertsAStreamWithoutItsObject)
+{
+    Delivery delivery;
+    delivery.before = [this](std::uint64_t sent) {
+        if (sent > 2 * kSlice)
+            mGate.pass();
+    };
+    const auto list = offerNew({{"", "a.bin", oldBytes(4 * kSlice)}}, delivery);
+    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 65536);
+    ASSERT_TRUE(keeper.waitUntilItHasBegun());
+    EXPECT_TRUE(mGate.waitForArrival());
+
+    EXPECT_TRUE(offerPlaceholder({"report.txt"}));
+    EXPECT_TRUE(waitUntil([&] { return list->cancels() == 1; }));
+    keeper.readOn();
+    EXPECT_EQ(keeper.waitForReading(), StreamKeeper::describeReading(oldBytes(65536), kReverted));
     EXPECT_TRUE(keeper.release());
 }

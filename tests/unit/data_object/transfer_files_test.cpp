@@ -137,6 +137,15 @@ TEST(TransferFiles, AReaderMayLookWhileTheWriterAdds)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(TransferFiles, TheKeysStandInTheOrderOfTheFirstDeliveries)
+{
+    TransferFiles files;
+    EXPECT_TRUE(files.Keys().empty());
+    files.Add("b", 1);
+    files.Add("a", 1);
+    EXPECT_EQ(files.Keys(), (std::vector<std::string>{"b", "a"}));
+}
+
 TEST(TransferFiles, FilesOfALaterListTakeTheSlicesOfAnEarlierOnes)
 {
     TransferFiles earlier;

@@ -4,6 +4,9 @@
 #include <chrono>
 
 #include "clipboard_writing_fixture.h"
+#include "data_object/slice_path.h"
+#include "data_object/standing_lists.h"
+#include "data_object/transfer_files.h"
 #include "workthread/remote_format_file.h"
 
 using namespace sd::clip;
@@ -126,8 +129,12 @@ TEST_F(ListInstallation, AFailedOleSetClipboardIsLoggedWithTheQuerysResultAndKee
     EXPECT_EQ(RecordingLog::count(5, "OleSetClipboard return 0  error code : 1234"), 1);
     ClipDataObject* const kept = TestAccess::notedObject(*mEngine);
     ASSERT_NE(kept, nullptr);
+    // Nobody can read from it, so a cleaning spares none of its slices.
+    const std::string slice = MakeSlicePath("", MakeFileKey(mGuest.files[0]), 0);
+    EXPECT_FALSE(StandingLists::Instance().OwnSlice(std::wstring(slice.begin(), slice.end())));
     EXPECT_TRUE(set());
     EXPECT_TRUE(isListOnClipboard());
+    EXPECT_TRUE(StandingLists::Instance().OwnSlice(std::wstring(slice.begin(), slice.end())));
     // Nobody holds it any more, and it stays: its one reference is nobody's.
     EXPECT_EQ(RecordingLog::count(5, "destroy " + printAddress(kept)), 0);
     EXPECT_EQ(kept->AddRef(), 2u);

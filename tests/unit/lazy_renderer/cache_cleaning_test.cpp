@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <optional>
+
+#include "data_object/clip_data_object.h"
 #include "file_utilities/encoding.h"
 #include "renderer_access.h"
 #include "support/import_hook.h"
@@ -81,6 +84,28 @@ int WINAPI convertLeavingAnError(UINT page, DWORD flags, LPCWCH text, int length
     SetLastError(99);
     return converted;
 }
+
+// A list with one file, whose data object lives.
+class StandingFile {
+public:
+    explicit StandingFile(const std::string& name)
+    {
+        ClipfileDescription file;
+        file.fileName = name;
+        const auto record = ClipboardFileData::Create();
+        record->SetFiles({file});
+        mObject->SetClipboardData(record);
+    }
+    ~StandingFile()
+    {
+        mObject->Release();
+    }
+    StandingFile(const StandingFile&) = delete;
+    StandingFile& operator=(const StandingFile&) = delete;
+
+private:
+    ClipDataObject* const mObject = new ClipDataObject;
+};
 
 // Refused as a directory that can't be opened, without a look at it.
 void expectRefused(const std::wstring& directory)
@@ -201,6 +226,53 @@ TEST(CacheCleaning, ABrokenWalkIsLoggedAndCountsAsDone)
     EXPECT_EQ(Journal::shared().entries(),
               (JournalEntries{"FindFirstFileW C:\\cache\\*", "DeleteFileW C:\\cache\\a",
                               "log 7 FindNextFile encountered an error. Error: 23", "FindClose"}));
+}
+
+// ---- Slices of a list that stands ----
+
+TEST(CacheCleaning, SlicesThatAnApplicationMayStillReadStayWithoutALine)
+{
+    const StandingFile standing("abc");
+    const InventedDirectory invented({{L"900150983cd24fb0d6963f7d28e17f72.0", FILE_ATTRIBUTE_NORMAL},
+                                      {L"900150983cd24fb0d6963f7d28e17f72.12", FILE_ATTRIBUTE_NORMAL},
+                                      {L"d41d8cd98f00b204e9800998ecf8427e.0", FILE_ATTRIBUTE_NORMAL},
+                                      {L"report.txt.12345678", FILE_ATTRIBUTE_NORMAL}});
+    Journal::shared().clear();
+    EXPECT_TRUE(TestAccess::clean(L"C:\\cache"));
+    EXPECT_EQ(Journal::shared().entries(), (JournalEntries{"FindFirstFileW C:\\cache\\*",
+                                                           "DeleteFileW C:\\cache\\d41d8cd98f00b204e9800998ecf8427e.0",
+                                                           "DeleteFileW C:\\cache\\report.txt.12345678", "FindClose"}));
+}
+
+// A delivery thread or another program may have made it stand, or let it go, since the cleaning began.
+TEST(CacheCleaning, EachFileIsLookedAtInTheMomentOfItsDeletion)
+{
+    const InventedDirectory invented({{L"report.txt.12345678", FILE_ATTRIBUTE_NORMAL},
+                                      {L"900150983cd24fb0d6963f7d28e17f72.0", FILE_ATTRIBUTE_NORMAL},
+                                      {L"another.txt.12345678", FILE_ATTRIBUTE_NORMAL},
+                                      {L"900150983cd24fb0d6963f7d28e17f72.1", FILE_ATTRIBUTE_NORMAL}});
+    static std::optional<StandingFile> standing;
+    static int deletions = 0;
+    const ImportHook<decltype(&DeleteFileW)> hook(
+        nullptr, "DeleteFileW", +[](LPCWSTR path) -> BOOL {
+            const std::string name = WideToUtf8(path);
+            if (++deletions == 1)
+                standing.emplace("abc");
+            else
+                standing.reset();
+            Journal::shared().add("DeleteFileW " + name);
+            return TRUE;
+        });
+    Journal::shared().clear();
+    EXPECT_TRUE(TestAccess::clean(L"C:\\cache"));
+    std::vector<std::string> deleted;
+    for (const std::string& entry : Journal::shared().entries()) {
+        if (entry.rfind("DeleteFileW", 0) == 0)
+            deleted.push_back(entry);
+    }
+    EXPECT_EQ(deleted, (std::vector<std::string>{"DeleteFileW C:\\cache\\report.txt.12345678",
+                                                 "DeleteFileW C:\\cache\\another.txt.12345678",
+                                                 "DeleteFileW C:\\cache\\900150983cd24fb0d6963f7d28e17f72.1"}));
 }
 
 TEST(CacheCleaning, NoDirectoryIsNeverCleaned)

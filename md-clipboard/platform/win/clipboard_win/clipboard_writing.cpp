@@ -6,6 +6,7 @@
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/clip_data_object.h"
 #include "data_object/data_lock.h"
+#include "data_object/standing_lists.h"
 #include "file_utilities/guest_list_check.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
@@ -197,6 +198,7 @@ bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
         CLIP_LOG(kLogInfo, "OleSetClipboard return %d  error code : %d", static_cast<int>(queried),
                  static_cast<int>(GetLastError()));
         noteInstalled(earlier);
+        StandingLists::Instance().Remove(*request);  // nobody can read from an object that nobody has
         return false;
     }
     const bool isOurs = OleIsCurrentClipboard(data) == S_OK;  // another program may have copied meanwhile

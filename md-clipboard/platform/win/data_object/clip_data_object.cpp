@@ -9,6 +9,7 @@
 
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/medium_rendering.h"
+#include "data_object/standing_lists.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/without_exceptions.h"
 #include "file_utilities/detail_file_description.h"
@@ -44,6 +45,7 @@ ClipDataObject::~ClipDataObject()
 {
     CLIP_LOG(kLogInfo, "destroy %p", static_cast<void*>(this));
     mRequest->Cut();
+    StandingLists::Instance().Remove(*mRequest);  // not before its streams are told
     if (const auto engine = ClipboardImpl::instance())
         engine->resetClipCObjectData(this);
 }
@@ -55,6 +57,7 @@ void ClipDataObject::SetClipboardData(std::shared_ptr<ClipboardData> data)
     lumoraLogPrint(0, kLogInfo, "clipboard", "%s %s(%d): SetClipboardData format:%d", logBaseName(__FILE__), __func__,
                    __LINE__, format);
     mRequest->SetClipboardData(std::move(data));
+    StandingLists::Instance().Add(mRequest);
 }
 
 HRESULT ClipDataObject::QueryInterface(REFIID id, void** object)

@@ -1,5 +1,6 @@
 #include "data_object/file_request.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "clipboard_win/clipboard_impl.h"
@@ -301,6 +302,38 @@ void FileRequest::closeSlicesIfEnded()
         return;
     mTransferFiles.AbandonSlices();
     mDataLock.unlock();
+}
+
+bool FileRequest::OwnsSlices(const SliceDigest& digest)
+{
+    const auto contains = [this, &digest]() CLIP_REQUIRES(mStateLock) {
+        return std::binary_search(mSliceDigests->begin(), mSliceDigests->end(), digest);
+    };
+    {
+        LockScope lock(mStateLock);
+        if (mSliceDigests)
+            return contains();
+    }
+    std::vector<SliceDigest> digests = digestsOfSlices();
+    LockScope lock(mStateLock);
+    if (!mSliceDigests)
+        mSliceDigests = std::move(digests);
+    return contains();
+}
+
+// After a cancel the record is gone, and no other slices come than those that are there.
+std::vector<SliceDigest> FileRequest::digestsOfSlices()
+{
+    std::vector<SliceDigest> digests;
+    if (const auto record = std::dynamic_pointer_cast<ClipboardFileDataImpl>(GetClipboardData())) {
+        for (const ClipfileDescription& file : record->GetFiles())
+            digests.push_back(DigestOfKey(MakeFileKey(file)));
+    } else {
+        for (const std::string& key : mTransferFiles.Keys())
+            digests.push_back(DigestOfKey(key));
+    }
+    std::sort(digests.begin(), digests.end());
+    return digests;
 }
 
 }  // namespace sd::clip

@@ -12,12 +12,15 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "annotated_mutex.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
+#include "data_object/slice_path.h"
 #include "data_object/transfer_files.h"
 #include "sd/clip/clipboard_data.h"
 
@@ -55,6 +58,9 @@ public:
     // Whether the host was asked and has not delivered everything, or is being asked right now: a host's question to
     // the user pumps messages, and so another request may come in the middle of it.
     bool IsUnderWay() const;
+
+    // Whether slices that are named by the digest are those of a file of this list, come or still to come.
+    bool OwnsSlices(const SliceDigest& digest);
 
     // Bytes of all files of the list.
     std::uint64_t GetTotalFileSize() const
@@ -106,6 +112,7 @@ private:
                      const std::string& path) CLIP_REQUIRES(mDataLock);
     void callCancelFunction(ClipboardFileDataImpl* record) const;
     void closeSlicesIfEnded() CLIP_EXCLUDES(mStateLock);
+    std::vector<SliceDigest> digestsOfSlices();
     ClipfileDescription descriptionForCancel() const;
 
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateLock);
@@ -121,6 +128,8 @@ private:
     bool mCancelRuns CLIP_GUARDED_BY(mStateLock) = false;            // the host's cancel function is called once
     bool mFailureReported CLIP_GUARDED_BY(mStateLock) = false;       // by the host
     ClipfileDescription mRequestedFile CLIP_GUARDED_BY(mStateLock);  // what the request was made with
+    // Sorted; made when they are first asked for.
+    std::optional<std::vector<SliceDigest>> mSliceDigests CLIP_GUARDED_BY(mStateLock);
     std::atomic<bool> mIsCut{false};     // the data object is being destroyed: the clipboard does not hold it
     std::uint64_t mTotalFileSize = 0;    // no lock: constant after SetClipboardData
     std::atomic<bool> mStarting{false};  // the host's paste or request function runs; written under mDataLock

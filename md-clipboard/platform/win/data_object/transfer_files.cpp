@@ -36,4 +36,15 @@ void TransferFiles::AbandonSlices()
     }
 }
 
+std::vector<std::string> TransferFiles::Keys() const
+{
+    std::vector<std::string> keys;
+    LockScope lock(mMutex);
+    for (const auto& file : mFiles) {
+        if (file != nullptr)
+            keys.push_back(file->mFileKey);
+    }
+    return keys;
+}
+
 }  // namespace sd::clip

@@ -36,6 +36,9 @@ public:
     // Closes every slice that is open for writing. No writer may be at work.
     void AbandonSlices();
 
+    // The keys, in the order of the files' first deliveries.
+    std::vector<std::string> Keys() const;
+
 private:
     friend class TestAccess;
 

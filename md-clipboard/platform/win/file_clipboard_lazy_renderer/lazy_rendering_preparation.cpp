@@ -2,6 +2,7 @@
 #include <random>
 #include <utility>
 
+#include "data_object/standing_lists.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
@@ -153,7 +154,8 @@ bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<Clipboa
     return true;
 }
 
-// Files only: a folder below the cache, and what is in it, stays. What can't be deleted stops nothing.
+// Files only: a folder below the cache, and what is in it, stays. So do slices that an application may still read: it
+// would get a short file without a word. What can't be deleted stops nothing.
 bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& directory)
 {
     if (isEmptyOrRoot(directory) || isEmptyOrRoot(makeFullPath(directory)))
@@ -164,6 +166,8 @@ bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& di
         return failToOpenDirectory(GetLastError());
     do {
         if (IsDotEntry(entry.cFileName) || (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            continue;
+        if (StandingLists::Instance().OwnSlice(entry.cFileName))
             continue;
         const std::wstring path = directory + L"\\" + entry.cFileName;
         if (!DeleteFileW(path.c_str())) {

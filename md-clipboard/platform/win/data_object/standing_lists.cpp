@@ -1,0 +1,47 @@
+#include "data_object/standing_lists.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "data_object/file_request.h"
+#include "data_object/slice_path.h"
+
+namespace sd::clip {
+
+StandingLists& StandingLists::Instance()
+{
+    static auto& lists = *new StandingLists;
+    return lists;
+}
+
+void StandingLists::Add(const std::shared_ptr<FileRequest>& request)
+{
+    const LockScope lock(mMutex);
+    mRequests[request.get()] = request;
+}
+
+void StandingLists::Remove(const FileRequest& request)
+{
+    const LockScope lock(mMutex);
+    mRequests.erase(&request);
+}
+
+bool StandingLists::OwnSlice(std::wstring_view fileName) const
+{
+    const auto digest = ParseSliceName(fileName);
+    if (!digest)
+        return false;
+    // Asked without the lock. This may be the last to hold a request, too.
+    std::vector<std::shared_ptr<FileRequest>> requests;
+    {
+        const LockScope lock(mMutex);
+        for (const auto& [address, request] : mRequests) {
+            if (auto held = request.lock())
+                requests.push_back(std::move(held));
+        }
+    }
+    return std::any_of(requests.begin(), requests.end(),
+                       [&](const auto& request) { return request->OwnsSlices(*digest); });
+}
+
+}  // namespace sd::clip
