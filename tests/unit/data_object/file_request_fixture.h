@@ -26,6 +26,10 @@ public:
     {
         return request.mDataLock;
     }
+    static void setState(FileRequest& request, RequestFileState state)
+    {
+        request.setState(state);
+    }
 };
 
 }  // namespace sd::clip

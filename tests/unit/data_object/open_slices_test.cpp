@@ -77,3 +77,27 @@ TEST_F(OpenSlices, ACancelDoesNotWaitForADeliveryWhichClosesTheSlicesItself)
     held.end();
     EXPECT_TRUE(canDeleteSlice(1));
 }
+
+TEST_F(OpenSlices, ACancelDoesNotWaitForARequestWhichClosesTheSlicesItself)
+{
+    start();
+    mGuest.deliver(1, "bytes");
+    sd::clip::TestAccess::setState(*mRequest, State::kRequestFailed);  // as after a request function that throws
+    std::promise<void> inside;
+    std::promise<void> go;
+    mGuest.record->SetFileFuncs(
+        [&](const ClipfileDescription&, FileDataSink) {
+            inside.set_value();
+            go.get_future().wait();
+            return std::string();
+        },
+        nullptr);
+    auto request = std::async(std::launch::async, [this] { return start(); });
+    inside.get_future().wait();
+    auto cancel = std::async(std::launch::async, [this] { mRequest->CancelRemoteTransfer(); });
+    EXPECT_EQ(cancel.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_FALSE(canDeleteSlice(1));
+    go.set_value();
+    request.wait();
+    EXPECT_TRUE(canDeleteSlice(1));
+}

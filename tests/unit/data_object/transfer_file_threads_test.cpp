@@ -151,6 +151,7 @@ TEST(TransferFileThreads, ANewerListOfOneNameGetsNoBytesOfAnOlderOne)
             while (!older.HasLostSlices()) {
                 older.OpenSlice(path);
                 older.Write(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+                older.AbandonSlice();  // so that each round opens it, which would empty the newer list's
                 writes = true;
             }
         });

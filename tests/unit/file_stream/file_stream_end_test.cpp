@@ -80,6 +80,19 @@ TEST_F(FileStreamEnd, AFileWhoseSlicesANewerListWritesIsReverted)
     EXPECT_EQ(read(5).result, STG_E_REVERTED);
 }
 
+TEST_F(FileStreamEnd, AFileThatIsANewerListsIsNotWaitedFor)
+{
+    description = makeDescription("a.bin", 10);
+    const std::string slice = transfer->addSlice(*description, "first");
+    stream = makeStream(description, transfer);
+    expectRead(5, S_OK, "first");
+    TransferFile newer("folder\\a.bin", 3);
+    EXPECT_TRUE(newer.OpenSlice(slice));
+    RecordingLog::clear();
+    EXPECT_EQ(read(5).result, STG_E_REVERTED);
+    EXPECT_FALSE(RecordingLog::hasLine(5, "Wait slice file.."));
+}
+
 TEST_F(FileStreamEnd, AnotherFileOfThatListIsReadOn)
 {
     setUpFile(10, 5);
