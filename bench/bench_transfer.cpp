@@ -36,7 +36,7 @@ std::shared_ptr<ClipboardFileDataImpl> makeGuestList(std::size_t count, std::uin
 {
     auto record = std::make_shared<ClipboardFileDataImpl>();
     record->SetFiles(makeGuestFiles(count, size));
-    record->SetFileFuncs([](const ClipfileDescription&, const FileDataSink&) { return std::string(); },
+    record->SetFileFuncs([](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); },
                          [](const ClipfileDescription&) {});
     return record;
 }
@@ -50,7 +50,7 @@ BenchTransfer::BenchTransfer(std::vector<ClipfileDescription> files, std::string
     const auto record = std::make_shared<ClipboardFileDataImpl>();
     record->SetFiles(mFiles);
     record->SetFileFuncs(
-        [this](const ClipfileDescription&, FileDataSink sink) {
+        [this](const ClipfileDescription&, FileDataRequestCallback sink) {
             mSink = std::move(sink);
             return std::string();
         },

@@ -55,6 +55,6 @@ private:
     const CLIPFORMAT mContentsFormat;
     const std::string mCacheDirectory;
     std::vector<sd::clip::ClipfileDescription> mFiles;
-    sd::clip::FileDataSink mSink;
+    sd::clip::FileDataRequestCallback mSink;
     Microsoft::WRL::ComPtr<sd::clip::ClipDataObject> mObject;
 };

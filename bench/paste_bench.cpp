@@ -146,12 +146,12 @@ void offerMemory()
 // on disk before the reading begins.
 void pasteSlices(const Paster& paster)
 {
-    FileDataSink sink;
+    FileDataRequestCallback sink;
     const std::vector<ClipfileDescription> files = makeGuestFiles(1, kFileSize);
     const auto record = std::make_shared<ClipboardFileDataImpl>();
     record->SetFiles(files);
     record->SetFileFuncs(
-        [&sink](const ClipfileDescription&, FileDataSink given) {
+        [&sink](const ClipfileDescription&, FileDataRequestCallback given) {
             sink = std::move(given);
             return std::string();
         },

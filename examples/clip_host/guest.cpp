@@ -28,7 +28,7 @@ std::shared_ptr<sd::clip::ClipboardFileData> makeRecord(const std::shared_ptr<Gu
     auto record = sd::clip::ClipboardFileData::Create();
     record->SetFiles(files);
     record->SetFileFuncs(
-        [transfer](const ClipfileDescription& file, sd::clip::FileDataSink sink) {
+        [transfer](const ClipfileDescription& file, sd::clip::FileDataRequestCallback sink) {
             printText("request: " + file.fileName + "\n");
             transfer->start(std::move(sink));
             return std::string();

@@ -11,7 +11,7 @@
 #include "sd/clip/clipboard.h"
 
 using sd::clip::ClipfileDescription;
-using sd::clip::FileDataSink;
+using sd::clip::FileDataRequestCallback;
 
 namespace {
 
@@ -40,7 +40,7 @@ GuestTransfer::~GuestTransfer()
     end();
 }
 
-void GuestTransfer::start(FileDataSink sink)
+void GuestTransfer::start(FileDataRequestCallback sink)
 {
     const std::lock_guard<std::mutex> lock(mThreadMutex);
     if (mEnded || mThread.joinable())
@@ -70,7 +70,7 @@ void GuestTransfer::end()
         thread.join();
 }
 
-void GuestTransfer::deliverAll(const FileDataSink& sink)
+void GuestTransfer::deliverAll(const FileDataRequestCallback& sink)
 {
     mBuffer.resize(static_cast<std::size_t>(std::min(mOptions.piece, std::max<std::uint64_t>(mTotal, 1))));
     if (pumpMessagesUntil(mStop.get(), mOptions.delay))
@@ -88,7 +88,7 @@ void GuestTransfer::deliverAll(const FileDataSink& sink)
 }
 
 /// @return whether the delivery goes on
-bool GuestTransfer::deliverFile(const ClipfileDescription& file, const FileDataSink& sink)
+bool GuestTransfer::deliverFile(const ClipfileDescription& file, const FileDataRequestCallback& sink)
 {
     std::ifstream source(findSource(file), std::ios::binary);
     std::uint64_t left = file.size;

@@ -33,7 +33,7 @@ public:
     ~GuestTransfer();
 
     /// Starts the delivery and returns: who calls holds a lock that each delivery waits for.
-    void start(sd::clip::FileDataSink sink);
+    void start(sd::clip::FileDataRequestCallback sink);
 
     /// The library wants no more. It may be calling from inside a delivery.
     void cancel();
@@ -42,8 +42,8 @@ public:
     void end();
 
 private:
-    void deliverAll(const sd::clip::FileDataSink& sink);
-    bool deliverFile(const sd::clip::ClipfileDescription& file, const sd::clip::FileDataSink& sink);
+    void deliverAll(const sd::clip::FileDataRequestCallback& sink);
+    bool deliverFile(const sd::clip::ClipfileDescription& file, const sd::clip::FileDataRequestCallback& sink);
     bool passFaults();
     bool waitForTurn();
     std::uint64_t limitPiece(std::uint64_t left) const;

@@ -93,7 +93,7 @@ void RandomComCalls::makeOffer()
     offer.files = makeOddList(mRandom);
     const auto record = makeOddRecord(
         mRandom, offer.files,
-        [this, &offer](const ClipfileDescription&, FileDataSink sink) {
+        [this, &offer](const ClipfileDescription&, FileDataRequestCallback sink) {
             if (mRandom.oneIn(20))
                 throw std::runtime_error("the host's");
             offer.sink = std::move(sink);

@@ -33,7 +33,7 @@ private:
         std::vector<sd::clip::ClipfileDescription> files;
         std::shared_ptr<sd::clip::FileRequest> request;
         Microsoft::WRL::ComPtr<IDataObject> data;
-        sd::clip::FileDataSink sink;  // once the host was asked
+        sd::clip::FileDataRequestCallback sink;  // once the host was asked
     };
 
     void callOnce();
@@ -61,7 +61,7 @@ private:
     const std::unique_ptr<Surroundings> mSurroundings;
     SeededRandom mRandom;
     std::vector<std::unique_ptr<Offer>> mOffers;
-    std::vector<sd::clip::FileDataSink> mOldSinks;  // of objects that are gone
+    std::vector<sd::clip::FileDataRequestCallback> mOldSinks;  // of objects that are gone
     std::vector<Microsoft::WRL::ComPtr<IStream>> mStreams;
     Microsoft::WRL::ComPtr<IEnumFORMATETC> mFormats;
     std::string mBytes;

@@ -119,7 +119,7 @@ std::shared_ptr<ClipboardFileDataImpl> StressGuest::makeStreamedRecord(FileList 
     record->SetFiles(files);
     record->SetFileFuncs(
         [this, list = std::make_shared<const FileList>(std::move(files))](const ClipfileDescription&,
-                                                                          FileDataSink sink) {
+                                                                          FileDataRequestCallback sink) {
             ++mRequests;
             add({std::move(sink), list});
             return std::string("unread");

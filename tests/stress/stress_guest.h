@@ -61,7 +61,7 @@ public:
 
 private:
     struct Request {
-        sd::clip::FileDataSink sink;
+        sd::clip::FileDataRequestCallback sink;
         std::shared_ptr<const FileList> files;
     };
 

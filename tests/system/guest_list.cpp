@@ -97,7 +97,7 @@ std::shared_ptr<ClipboardFileDataImpl> GuestList::makeRecord()
     auto record = std::make_shared<ClipboardFileDataImpl>();
     record->SetFiles(mDescriptions);
     record->SetFileFuncs(
-        [self = shared_from_this()](const ClipfileDescription&, FileDataSink sink) {
+        [self = shared_from_this()](const ClipfileDescription&, FileDataRequestCallback sink) {
             ++self->mRequests;
             const std::lock_guard<std::mutex> lock(self->mThreadMutex);
             if (!self->mEnded && !self->mThread.joinable())
@@ -126,7 +126,7 @@ void GuestList::end()
         thread.join();
 }
 
-void GuestList::deliverAll(const FileDataSink& sink)
+void GuestList::deliverAll(const FileDataRequestCallback& sink)
 {
     const JoinedOle ole;
     for (std::size_t i = 0; i < mFiles.size(); ++i) {
@@ -137,7 +137,7 @@ void GuestList::deliverAll(const FileDataSink& sink)
 }
 
 // Whether the delivery goes on. An empty file has one delivery too: by that the library knows that it is complete.
-bool GuestList::deliverFile(std::size_t index, const FileDataSink& sink)
+bool GuestList::deliverFile(std::size_t index, const FileDataRequestCallback& sink)
 {
     std::string& bytes = mFiles[index].bytes;
     std::size_t begin = 0;

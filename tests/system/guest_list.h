@@ -84,8 +84,8 @@ public:
     void end();
 
 private:
-    void deliverAll(const sd::clip::FileDataSink& sink);
-    bool deliverFile(std::size_t index, const sd::clip::FileDataSink& sink);
+    void deliverAll(const sd::clip::FileDataRequestCallback& sink);
+    bool deliverFile(std::size_t index, const sd::clip::FileDataRequestCallback& sink);
 
     const HANDLE mStop;
     const HANDLE mDelivered;

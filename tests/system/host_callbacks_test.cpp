@@ -91,7 +91,7 @@ protected:
         auto record = list.makeRecord();
         record->SetFileFuncs(
             [request = record->GetFileRequestFunc(), duringRequest](const ClipfileDescription& file,
-                                                                    FileDataSink sink) {
+                                                                    FileDataRequestCallback sink) {
                 duringRequest();
                 return request(file, std::move(sink));
             },

@@ -33,7 +33,7 @@ struct SinkList {
         file.size = size;
         record->SetFiles({file});
         record->SetFileFuncs(
-            [this](const ClipfileDescription&, FileDataSink given) {
+            [this](const ClipfileDescription&, FileDataRequestCallback given) {
                 sink = std::move(given);
                 ++requests;
                 return std::string();
@@ -48,7 +48,7 @@ struct SinkList {
 
     const std::shared_ptr<ClipboardFileDataImpl> record = std::make_shared<ClipboardFileDataImpl>();
     ClipfileDescription file;
-    FileDataSink sink;
+    FileDataRequestCallback sink;
     std::atomic<int> requests{0};
     std::atomic<int> cancels{0};
 };

@@ -117,7 +117,7 @@ const TestRole inRequest("in-request", [](const std::vector<std::string>& argume
     start(arguments.at(0));
     const auto record = makeKeptList({}).makeRecord();
     record->SetFileFuncs(
-        [](const ClipfileDescription&, const FileDataSink&) {
+        [](const ClipfileDescription&, const FileDataRequestCallback&) {
             SetEvent(sAsked);
             Sleep(INFINITE);
             return std::string();

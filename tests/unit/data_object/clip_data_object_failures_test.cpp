@@ -59,7 +59,7 @@ protected:
     void setRequestFunction(std::function<void()> function)
     {
         mGuest.record->SetFileFuncs(
-            [this, function = std::move(function)](const ClipfileDescription& file, FileDataSink sink) {
+            [this, function = std::move(function)](const ClipfileDescription& file, FileDataRequestCallback sink) {
                 mGuest.requested.push_back(file.fileName);
                 mGuest.sink = std::move(sink);
                 function();

@@ -32,7 +32,7 @@ public:
     }
     FileRequestFunc GetFileRequestFunc() override
     {
-        return [](const ClipfileDescription&, const FileDataSink&) { return std::string(); };
+        return [](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); };
     }
 
 private:

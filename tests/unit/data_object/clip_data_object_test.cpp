@@ -153,11 +153,11 @@ TEST_F(ClipDataObjectTest, ATerminatorAtTheEndOfANameStandsInItsKeyAndInNoLine)
 {
     const std::string name("a.txt\0", 6);
     const ClipfileDescription file = GuestList::makeFile(name, 3);
-    FileDataSink sink;
+    FileDataRequestCallback sink;
     const auto record = std::make_shared<ClipboardFileDataImpl>();
     record->SetFiles({file});
     record->SetFileFuncs(
-        [&](const ClipfileDescription& asked, FileDataSink given) {
+        [&](const ClipfileDescription& asked, FileDataRequestCallback given) {
             EXPECT_EQ(asked.fileName, name);
             sink = std::move(given);
             return std::string();

@@ -97,12 +97,15 @@ TEST_F(FileRequestTest, AVetoThatThrowsDoesNotCountAsUnderWayForEver)
 TEST_F(FileRequestTest, ARequestFunctionThatThrowsLeavesARequestThatFailedAndCanBeTriedAgain)
 {
     mGuest.record->SetFileFuncs(
-        [](const ClipfileDescription&, const FileDataSink&) -> std::string { throw std::runtime_error("the host's"); },
+        [](const ClipfileDescription&, const FileDataRequestCallback&) -> std::string {
+            throw std::runtime_error("the host's");
+        },
         nullptr);
     EXPECT_THROW(start(), std::runtime_error);
     EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFailed);
     EXPECT_FALSE(mRequest->IsDataTransfering());
-    mGuest.record->SetFileFuncs([](const ClipfileDescription&, const FileDataSink&) { return std::string(); }, nullptr);
+    mGuest.record->SetFileFuncs(
+        [](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); }, nullptr);
     EXPECT_TRUE(start());
 }
 
@@ -121,7 +124,7 @@ TEST_F(FileRequestTest, WithoutARequestFunctionItFailsAndCanBeTriedAgain)
 TEST_F(FileRequestTest, AHostThatDeliversInsideItsRequestFunctionIsServed)
 {
     mGuest.record->SetFileFuncs(
-        [](const ClipfileDescription& file, const FileDataSink& sink) {
+        [](const ClipfileDescription& file, const FileDataRequestCallback& sink) {
             unsigned char oneByte = 'x';
             sink(file, &oneByte, 1);
             return std::string();
@@ -142,7 +145,7 @@ TEST_F(FileRequestTest, ACancelWithoutAStreamNamesTheFileThatWasRequested)
 
 TEST_F(FileRequestTest, ACancelFunctionThatThrowsStillEndsTheTransfer)
 {
-    const auto request = [](const ClipfileDescription&, const FileDataSink&) { return std::string(); };
+    const auto request = [](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); };
     mGuest.record->SetFileFuncs(request, [](const ClipfileDescription&) { throw std::runtime_error("the host's"); });
     start();
     mRequest->CancelRemoteTransfer();
@@ -153,7 +156,7 @@ TEST_F(FileRequestTest, ACancelFunctionThatThrowsStillEndsTheTransfer)
 // An object's end, and what waits for the release of a data lock, can hand an exception to nobody.
 TEST_F(FileRequestTest, ACancelFunctionThatThrowsAtTheEndOfTheObjectEndsNoProcess)
 {
-    const auto request = [](const ClipfileDescription&, const FileDataSink&) { return std::string(); };
+    const auto request = [](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); };
     mGuest.record->SetFileFuncs(request, [](const ClipfileDescription&) { throw 1; });
     start();
     mRequest->Cut();
@@ -179,7 +182,7 @@ TEST_F(FileRequestTest, TheDataLockIsHeldWhileTheHostsPasteAndRequestFunctionsRu
         return true;
     });
     mGuest.record->SetFileFuncs(
-        [&](const ClipfileDescription&, const FileDataSink&) {
+        [&](const ClipfileDescription&, const FileDataRequestCallback&) {
             duringRequest = isDataLockTaken();
             return std::string();
         },
@@ -194,7 +197,7 @@ TEST_F(FileRequestTest, NoLockIsHeldWhileTheHostsCancelFunctionRuns)
 {
     // Another thread delivers while the cancel function runs and waits for it; under a lock neither would go on.
     mGuest.record->SetFileFuncs(
-        [this](const ClipfileDescription&, FileDataSink sink) {
+        [this](const ClipfileDescription&, FileDataRequestCallback sink) {
             mGuest.sink = std::move(sink);
             return std::string();
         },

@@ -25,7 +25,7 @@ public:
             files.push_back(makeFile("file" + std::to_string(i), sizes[i]));
         record->SetFiles(files);
         record->SetFileFuncs(
-            [this](const sd::clip::ClipfileDescription& file, sd::clip::FileDataSink given) {
+            [this](const sd::clip::ClipfileDescription& file, sd::clip::FileDataRequestCallback given) {
                 requested.push_back(file.fileName);
                 sink = std::move(given);
                 return std::string("unread");
@@ -76,7 +76,7 @@ public:
     std::shared_ptr<sd::clip::ClipboardFileDataImpl> record;
     std::shared_ptr<RecordingListener> listener;
     std::vector<sd::clip::ClipfileDescription> files;
-    sd::clip::FileDataSink sink;
+    sd::clip::FileDataRequestCallback sink;
     std::vector<std::string> requested;
     std::vector<std::string> cancelled;
 };

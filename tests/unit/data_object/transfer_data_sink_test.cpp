@@ -313,7 +313,7 @@ TEST_F(TransferDataSink, ItsEventsAreRaisedUnderTheDataLockAndNotUnderThatOfASli
 
 TEST_F(TransferDataSink, TheSinkMayOutliveEverythingElse)
 {
-    FileDataSink kept;
+    FileDataRequestCallback kept;
     {
         const auto request = std::make_shared<FileRequest>();
         request->SetClipboardData(mGuest.record);

@@ -31,7 +31,7 @@ public:
         auto record = std::make_shared<ClipboardFileDataImpl>();
         record->SetFiles({GuestList::makeFile("file0", 10), GuestList::makeFile("file1", kEndless)});
         record->SetFileFuncs(
-            [this, asked](const ClipfileDescription&, FileDataSink sink) {
+            [this, asked](const ClipfileDescription&, FileDataRequestCallback sink) {
                 ++asked->requests;
                 const std::lock_guard<std::mutex> lock(mMutex);
                 mSink = std::move(sink);
@@ -45,7 +45,7 @@ public:
 
     void deliverSomething()
     {
-        FileDataSink sink;
+        FileDataRequestCallback sink;
         {
             const std::lock_guard<std::mutex> lock(mMutex);
             sink = mSink;
@@ -75,7 +75,7 @@ public:
 
 private:
     mutable std::mutex mMutex;
-    FileDataSink mSink;
+    FileDataRequestCallback mSink;
     std::vector<std::shared_ptr<Asked>> mAsked;
 };
 

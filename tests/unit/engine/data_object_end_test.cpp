@@ -122,7 +122,7 @@ TEST_F(DataObjectEnd, AnObjectAtTheAddressOfADeadOneTakesNoneOfItsDeliveries)
     offer();
     const void* const first = TestAccess::notedObject(*mEngine);
     ASSERT_EQ(paste(), S_OK);
-    const FileDataSink earlier = mGuest.sink;
+    const FileDataRequestCallback earlier = mGuest.sink;
     copyText();
     ASSERT_TRUE(waitForDestruction());
     offer();

@@ -129,7 +129,7 @@ TEST_F(FailedTransfer, WithoutAnObjectAFailureReportSaysSo)
 TEST_F(FailedTransfer, AFailureReportFromInsideTheRequestFunctionEndsTheTransferAndItsLaterStream)
 {
     mGuest.record->SetFileFuncs(
-        [this](const ClipfileDescription&, const FileDataSink&) {
+        [this](const ClipfileDescription&, const FileDataRequestCallback&) {
             mEngine->NotifyFileTransferFailed(1);
             return std::string();
         },

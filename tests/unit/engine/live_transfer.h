@@ -41,7 +41,7 @@ protected:
         sd::clip::gLastReadTime = 0;
         sd::clip::gReadState = sd::clip::ReadState::kNeverRead;
         mGuest.record->SetFileFuncs(
-            [this](const sd::clip::ClipfileDescription& file, sd::clip::FileDataSink sink) {
+            [this](const sd::clip::ClipfileDescription& file, sd::clip::FileDataRequestCallback sink) {
                 mGuest.requested.push_back(file.fileName);
                 mGuest.sink = std::move(sink);
                 if (mDuringRequest)

@@ -93,7 +93,9 @@ TEST_F(TransferGate, ATextCopyDuringATransferStaysAndCancelsIt)
 TEST_F(TransferGate, ARequestFunctionThatThrowsKeepsNoLaterListOut)
 {
     mGuest.record->SetFileFuncs(
-        [](const ClipfileDescription&, const FileDataSink&) -> std::string { throw std::runtime_error("the host's"); },
+        [](const ClipfileDescription&, const FileDataRequestCallback&) -> std::string {
+            throw std::runtime_error("the host's");
+        },
         nullptr);
     set();
     EXPECT_NE(paste(), S_OK);

@@ -90,7 +90,7 @@ TEST_F(Veto, ThePasteFunctionMayWaitForTheDeliveryThread)
 {
     offer();
     ASSERT_EQ(paste(), S_OK);
-    const FileDataSink earlier = mGuest.sink;
+    const FileDataRequestCallback earlier = mGuest.sink;
     mDelivery.run([this] { reportFailure(); });
     ASSERT_TRUE(waitForDestruction());
     mGuest.requested.clear();

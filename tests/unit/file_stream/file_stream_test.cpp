@@ -17,7 +17,7 @@ namespace {
 
 using Messages = std::vector<std::string>;
 
-const FileRequestFunc kData = [](const ClipfileDescription& /*file*/, const FileDataSink& /*sink*/) {
+const FileRequestFunc kData = [](const ClipfileDescription& /*file*/, const FileDataRequestCallback& /*sink*/) {
     return std::string();
 };
 const FileCancelFunc kCancel = [](const ClipfileDescription& /*file*/) {};

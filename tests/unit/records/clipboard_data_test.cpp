@@ -198,7 +198,9 @@ TEST(ClipboardFileData, KeepsTheHostsFunctions)
 {
     ClipboardFileDataImpl record;
     std::string cancelled;
-    const FileRequestFunc request = [](const ClipfileDescription& file, const FileDataSink&) { return file.fileName; };
+    const FileRequestFunc request = [](const ClipfileDescription& file, const FileDataRequestCallback&) {
+        return file.fileName;
+    };
     EXPECT_TRUE(
         record.SetFileFuncs(request, [&cancelled](const ClipfileDescription& file) { cancelled = file.fileName; }));
     record.SetOLEClipboardPasteFunc([] { return true; });

@@ -52,14 +52,15 @@ struct MD_CLIPBOARD_API ClipfileDescription {
 /// @param data the next bytes of that file
 /// @param size count of bytes; 0 for a file that is empty
 /// Threads: any one thread of the host, but never from inside the request function.
-using FileDataSink = std::function<void(const ClipfileDescription& file, unsigned char* data, unsigned long long size)>;
+using FileDataRequestCallback =
+    std::function<void(const ClipfileDescription& file, unsigned char* data, unsigned long long size)>;
 
 /// Asks the host to deliver the files of a list; called once for a list.
 /// @param file the file that was asked for first
 /// @param sink through which the host then delivers all files of the list
 /// @return any text; the library does not read it
 /// Threads: the library's own on which the platform serves the pasting application. What it throws fails that paste.
-using FileRequestFunc = std::function<std::string(const ClipfileDescription& file, FileDataSink sink)>;
+using FileRequestFunc = std::function<std::string(const ClipfileDescription& file, FileDataRequestCallback sink)>;
 
 /// Asks the host to stop the delivery.
 /// @param file the file that is being read; before one is, the file that was asked for first

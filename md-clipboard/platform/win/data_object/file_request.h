@@ -51,8 +51,8 @@ public:
     // the stream are let go, and whoever still reads is told. Waits for a delivery that is being taken.
     void Cut();
 
-    // What the host calls for each piece of file data. See FileDataSink.
-    FileDataSink MakeSink();
+    // What the host calls for each piece of file data. See FileDataRequestCallback.
+    FileDataRequestCallback MakeSink();
     void TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size);
 
     // Whether the host was asked and has not delivered everything, or is being asked right now: a host's question to

@@ -29,7 +29,7 @@ std::string pathOfSlice(const TransferFile& transfer)
 
 }  // namespace
 
-FileDataSink FileRequest::MakeSink()
+FileDataRequestCallback FileRequest::MakeSink()
 {
     // The host may keep it as long as it likes: what it delivers after the end is dropped.
     return [self = shared_from_this()](const ClipfileDescription& file, unsigned char* data, unsigned long long size) {
