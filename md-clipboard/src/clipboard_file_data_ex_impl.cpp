@@ -5,9 +5,25 @@
 namespace sd::clip {
 
 ClipboardFileDataExImpl::ClipboardFileDataExImpl() = default;
-ClipboardFileDataExImpl::ClipboardFileDataExImpl(const ClipboardFileDataExImpl& other) = default;
-ClipboardFileDataExImpl& ClipboardFileDataExImpl::operator=(const ClipboardFileDataExImpl& other) = default;
 ClipboardFileDataExImpl::~ClipboardFileDataExImpl() = default;
+
+// The target is taken whole, here and below: the library replaces that of an armed record at every landing.
+ClipboardFileDataExImpl::ClipboardFileDataExImpl(const ClipboardFileDataExImpl& other)
+    : ClipboardFileDataImpl(other),
+      mTargetData(std::atomic_load(&other.mTargetData)),
+      mFileLazyRenderingCallback(other.mFileLazyRenderingCallback)
+{
+}
+
+ClipboardFileDataExImpl& ClipboardFileDataExImpl::operator=(const ClipboardFileDataExImpl& other)
+{
+    if (this == &other)
+        return *this;  // or a landing that comes meanwhile is undone
+    ClipboardFileDataImpl::operator=(other);
+    std::atomic_store(&mTargetData, std::atomic_load(&other.mTargetData));
+    mFileLazyRenderingCallback = other.mFileLazyRenderingCallback;
+    return *this;
+}
 
 void ClipboardFileDataExImpl::SetTargetClipboardData(std::shared_ptr<ClipboardFileData> target)
 {

@@ -273,6 +273,7 @@ private:
 };
 
 /// The record of a list for the placeholder route.
+/// Threads: it may be copied and assigned while the library replaces its target.
 class MD_CLIPBOARD_API ClipboardFileDataExImpl : public ClipboardFileDataImpl {
 public:
     ClipboardFileDataExImpl();
@@ -287,7 +288,7 @@ public:
 
 private:
     friend class TestAccess;
-    std::shared_ptr<ClipboardFileData> mTargetData;  // replaced and read as an atomic whole
+    std::shared_ptr<ClipboardFileData> mTargetData;  // replaced, read and copied as an atomic whole
     FileLazyRenderingCallback mFileLazyRenderingCallback;
 };
 
