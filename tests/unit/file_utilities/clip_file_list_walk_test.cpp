@@ -255,6 +255,27 @@ TEST_F(FakeWalk, AFileWhoseNameCannotBeConvertedIsPassedOver)
     EXPECT_EQ(walk(), Names{"dir\\a"});
 }
 
+// No file is left: the folder is what a folder without files is, and not what the lost file was.
+TEST_F(FakeWalk, AFolderWhoseOnlyFileLostItsNameIsOneEntry)
+{
+    WIN32_FIND_DATAW entry = FakeListing::makeEntry(L"lost", FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY);
+    entry.nFileSizeLow = 3;
+    entry.ftCreationTime = {0xD53E8000 + 10000000, 0x019DB1DE};  // a second after the beginning of 1970
+    entry.ftLastAccessTime = entry.ftCreationTime;
+    entry.ftLastWriteTime = entry.ftCreationTime;
+    listing.addSubdirectory(kTop, L"sub");
+    listing.add(kTop + L"\\sub", entry);
+    const WithoutText lost(L"lost");
+    ASSERT_EQ(walk(), Names{"dir"});
+    EXPECT_EQ(file(0).root, "C:");
+    EXPECT_EQ(file(0).mode, 0x4000);
+    EXPECT_EQ(file(0).attributes, DWORD{FILE_ATTRIBUTE_DIRECTORY});
+    EXPECT_EQ(file(0).size, 0u);
+    EXPECT_EQ(file(0).createTime, 0);
+    EXPECT_EQ(file(0).accessTime, 0);
+    EXPECT_EQ(file(0).writeTime, 0);
+}
+
 // Without the folder's path its files would be offered as those of the root.
 TEST_F(FakeWalk, AFolderWhosePathCannotBeConvertedBackIsNotListed)
 {

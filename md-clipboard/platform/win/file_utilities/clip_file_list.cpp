@@ -109,7 +109,10 @@ void ClipFileList::TraverseDirectory(const std::string& path, const std::string&
 
     DetailFileDescription description;
     if (walk->hasSeenEntry) {
-        // A directory, mostly the ".." of an empty one, which makes this description a directory's too.
+        // A directory, mostly the ".." of an empty one, which makes this description a directory's too. A file that
+        // lost its name must not lend the folder its size and times.
+        if ((walk->entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            walk->entry.dwFileAttributes = FILE_ATTRIBUTE_DIRECTORY;
         SetFileDescription(description, path, root, &walk->entry);
     } else {
         // Nothing could be listed, so nothing is known: no attributes, no mode, and no times of the year 1601.
