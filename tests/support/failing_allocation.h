@@ -1,6 +1,7 @@
 // Memory that runs out. To be included by the one source file of a test program: it replaces the program's operators.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -30,6 +31,9 @@ public:
         return sLeft > 0 && --sLeft == 0;
     }
 
+    // The blocks of the whole program that nobody has deleted.
+    static inline std::atomic<long long> liveBlocks{0};
+
 private:
     static inline thread_local int sLeft = 0;
 };
@@ -37,11 +41,19 @@ private:
 // Through a variable: where both are inlined, a compiler takes the pair of new and free for a mistake.
 inline void (*volatile gFreeMemory)(void*) = std::free;
 
+inline void freeCountedMemory(void* memory) noexcept
+{
+    if (memory != nullptr)
+        --FailingAllocation::liveBlocks;
+    gFreeMemory(memory);
+}
+
 void* operator new(std::size_t size)
 {
     void* const memory = FailingAllocation::failsNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr)
         throw std::bad_alloc();
+    ++FailingAllocation::liveBlocks;
     return memory;
 }
 
@@ -56,15 +68,15 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 
 void operator delete(void* memory) noexcept
 {
-    gFreeMemory(memory);
+    freeCountedMemory(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
-    gFreeMemory(memory);
+    freeCountedMemory(memory);
 }
 
 void operator delete(void* memory, const std::nothrow_t&) noexcept
 {
-    gFreeMemory(memory);
+    freeCountedMemory(memory);
 }

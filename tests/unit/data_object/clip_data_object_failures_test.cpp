@@ -1,12 +1,10 @@
-// The data object on offer where a host's functions throw, memory runs out, the stream is busy or the transfer failed
-// before there was one.
+// The data object on offer where a host's functions throw, the stream is busy or the transfer failed before there was
+// one.
 #include <new>
 #include <stdexcept>
 
 #include "clip_data_object_fixture.h"
 #include "file_stream/file_stream.h"
-#include "support/failing_allocation.h"
-#include "support/journal.h"
 
 namespace sd::clip {
 
@@ -27,8 +25,6 @@ namespace {
 
 using State = RequestFileState;
 using Messages = std::vector<std::string>;
-
-const char kNoStream[] = "Create FileStream failed!";
 
 // What a host's function may throw, and what the application is told then.
 struct Thrown {
@@ -66,15 +62,6 @@ protected:
                 return std::string();
             },
             nullptr);
-    }
-
-    // They keep their memory, so that one request allocates as often as the next.
-    void clearRecordings()
-    {
-        mGuest.requested.clear();
-        RecordingLog::clear();
-        Journal::shared().clear();
-        mGuest.listener->clear();
     }
 };
 
@@ -145,33 +132,6 @@ TEST_F(ClipDataObjectFailures, ARecordThatThrowsLeavesNoOperation)
     }
     record->doThrow = nullptr;
     EXPECT_EQ(offer.getData(kDescriptor, -1, TYMED_HGLOBAL), S_OK);
-}
-
-// ---- No memory ----
-
-// Each allocation of a request fails in its turn, up to the request that gets them all.
-TEST_F(ClipDataObjectFailures, WithoutMemoryARequestIsRefusedAndLeavesNothingHalfMade)
-{
-    ASSERT_EQ(mOffer.getContents(0), S_OK);  // makes the cache directory
-    int withoutStream = 0;
-    int failures = 0;
-    for (bool hasFailed = true; hasFailed; ++failures) {
-        SCOPED_TRACE(failures);
-        const OfferedRecord offer(mGuest.record);
-        clearRecordings();
-        HRESULT result = E_UNEXPECTED;
-        {
-            const FailingAllocation failing(failures + 1);
-            result = offer.getContents(0);
-            hasFailed = failing.failed();
-        }
-        const bool isStreamMissing = RecordingLog::count(6, kNoStream) == 1;
-        withoutStream += isStreamMissing ? 1 : 0;
-        EXPECT_EQ(result, !hasFailed ? S_OK : isStreamMissing ? DV_E_FORMATETC : E_OUTOFMEMORY);
-        EXPECT_EQ(offer.request->GetStream() != nullptr, !hasFailed);
-    }
-    EXPECT_EQ(withoutStream, 1);
-    EXPECT_GT(failures, 10);
 }
 
 // ---- The stream ----

@@ -162,8 +162,8 @@ bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFile
     }
     {
         LockScope lock(mStateLock);
+        mRequestedFile = file;  // first: without memory for it the host is not asked, and a later paste must ask
         mRequestFileState = RequestFileState::kRequesting;
-        mRequestedFile = file;
     }
     try {
         return callRequestFunction(file, record);

@@ -4,7 +4,9 @@
 
 #include <ctime>
 #include <cwchar>
+#include <utility>
 
+#include "clipboard_win/global_lock.h"
 #include "data_object/descriptor_size.h"
 #include "data_object/fast_fail.h"
 #include "file_utilities/detail_file_description.h"
@@ -25,6 +27,33 @@ static_assert(sizeof(FILEDESCRIPTORW) == 592 && sizeof(FILEGROUPDESCRIPTORW) == 
 constexpr std::int64_t kUnixEpoch = 116444736000000000;  // 1970 in the platform's ticks since 1601
 constexpr std::int64_t kTicksPerSecond = 10000000;
 constexpr std::uint32_t kNoAttributes = 0xFFFFFFFF;  // INVALID_FILE_ATTRIBUTES
+
+// A block that is freed unless it is given away.
+class OwnedBlock {
+public:
+    explicit OwnedBlock(HGLOBAL block) : mBlock(block) {}
+    ~OwnedBlock()
+    {
+        if (mBlock != nullptr)
+            GlobalFree(mBlock);
+    }
+    OwnedBlock(const OwnedBlock&) = delete;
+    OwnedBlock& operator=(const OwnedBlock&) = delete;
+
+    HGLOBAL get() const
+    {
+        return mBlock;
+    }
+
+    void giveTo(STGMEDIUM& medium)
+    {
+        medium.hGlobal = std::exchange(mBlock, nullptr);
+        medium.tymed = TYMED_HGLOBAL;
+    }
+
+private:
+    HGLOBAL mBlock;
+};
 
 DWORD attributesOf(const ClipfileDescription& file)
 {
@@ -99,35 +128,33 @@ HGLOBAL AllocateDescriptorBlock(std::uint64_t entryCount)
 
 HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files, STGMEDIUM& medium)
 {
-    const HGLOBAL block = AllocateDescriptorBlock(files.size());
-    if (block == nullptr)
+    OwnedBlock block(AllocateDescriptorBlock(files.size()));
+    if (block.get() == nullptr)
         return DV_E_FORMATETC;
-    auto* const group = static_cast<FILEGROUPDESCRIPTORW*>(GlobalLock(block));
-    if (group == nullptr) {
-        CLIP_LOG(kLogError, "GlobalLock gMem fail.");
-        GlobalFree(block);
-        return DV_E_FORMATETC;
+    {
+        const GlobalLockScope lock(block.get());
+        if (lock.data() == nullptr) {
+            CLIP_LOG(kLogError, "GlobalLock gMem fail.");
+            return DV_E_FORMATETC;
+        }
+        fillGroup(*static_cast<FILEGROUPDESCRIPTORW*>(lock.data()), files);  // throws where memory runs out
     }
-    fillGroup(*group, files);
-    GlobalUnlock(block);
-    medium.hGlobal = block;
-    medium.tymed = TYMED_HGLOBAL;
+    block.giveTo(medium);
     return S_OK;
 }
 
 HRESULT RenderAsyncFlag(STGMEDIUM& medium)
 {
-    const HGLOBAL block = GlobalAlloc(GHND, sizeof(DWORD));
-    auto* const value = block != nullptr ? static_cast<DWORD*>(GlobalLock(block)) : nullptr;
-    if (value == nullptr) {
-        if (block != nullptr)
-            GlobalFree(block);
+    OwnedBlock block(GlobalAlloc(GHND, sizeof(DWORD)));
+    if (block.get() == nullptr)
         return E_OUTOFMEMORY;
+    {
+        const GlobalLockScope lock(block.get());
+        if (lock.data() == nullptr)
+            return E_OUTOFMEMORY;
+        *static_cast<DWORD*>(lock.data()) = 1;
     }
-    *value = 1;
-    GlobalUnlock(block);
-    medium.hGlobal = block;
-    medium.tymed = TYMED_HGLOBAL;
+    block.giveTo(medium);
     return S_OK;
 }
 
