@@ -118,6 +118,13 @@ HANDLE WINAPI failFindFirst(LPCWSTR, LPWIN32_FIND_DATAW)
     return INVALID_HANDLE_VALUE;
 }
 
+HANDLE WINAPI recordFindFirst(LPCWSTR path, LPWIN32_FIND_DATAW)
+{
+    askedPaths().emplace_back(path);
+    SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+}
+
 int closedSearches = 0;
 HANDLE const kSearch = &closedSearches;
 
@@ -171,7 +178,7 @@ TEST(SetFileDescription, AskedWithFindDataItAsksNothingElse)
 {
     ImportHook<Stat> stat(nullptr, "_wstat64", &recordStatus);
     ImportHook<decltype(&GetFileAttributesW)> attributes(nullptr, "GetFileAttributesW", &recordAttributes);
-    ImportHook<FindFirst> findFirst(nullptr, "FindFirstFileW", &failFindFirst);
+    ImportHook<FindFirst> findFirst(nullptr, "FindFirstFileW", &recordFindFirst);
     askedPaths().clear();
 
     DetailFileDescription description;
