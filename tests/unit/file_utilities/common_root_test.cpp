@@ -132,13 +132,5 @@ TEST(FindCommonRoot, BytesAreComparedNotCharacters)
     expectRoot({"C:\\x\xC3\xA4\\f", "C:\\x\xC3\xB6\\f"}, "C:\\x\xC3");
 }
 
-TEST(FindCommonRoot, TheSelectionOfTheCallerStaysAsItIs)
-{
-    const std::vector<std::string> paths = {"C:\\dir\\sub\\\\"};
-    std::string root;
-    FindCommonRoot(paths, root);
-    EXPECT_EQ("C:\\dir\\sub\\\\", paths.front());
-}
-
 }  // namespace
 }  // namespace sd::clip

@@ -36,12 +36,5 @@ TEST(ReplaceAll, AnEmptyTextIsFoundNowhere)
     EXPECT_EQ("abc", ReplaceAll("abc", "", "_"));
 }
 
-TEST(ReplaceAll, TheSourceOfTheCallerStaysAsItIs)
-{
-    const std::string source = "a/b";
-    ReplaceAll(source, "/", "_");
-    EXPECT_EQ("a/b", source);
-}
-
 }  // namespace
 }  // namespace sd::clip
