@@ -8,6 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include <shlobj.h>
+
+#include "clipboard_win/global_lock.h"
 #include "clipboard_writing_fixture.h"
 #include "ole_turn.h"
 
@@ -57,6 +60,29 @@ void expectEachInstalledOnce(std::size_t least, std::size_t most)
     EXPECT_LE(installed.size(), most);
 }
 
+using Names = std::vector<std::wstring>;
+
+// What a pasting application is offered.
+Names readOfferedNames()
+{
+    ComPtr<IDataObject> data;
+    FORMATETC format = {static_cast<CLIPFORMAT>(RegisterClipboardFormatW(CFSTR_FILEDESCRIPTORW)), nullptr,
+                        DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+    STGMEDIUM medium;
+    if (FAILED(OleGetClipboard(data.GetAddressOf())) || data->GetData(&format, &medium) != S_OK)
+        return {L"no list"};
+    Names names;
+    {
+        const GlobalLockScope lock(medium.hGlobal);
+        const auto* const group = static_cast<const FILEGROUPDESCRIPTORW*>(lock.data());
+        const FILEDESCRIPTORW* const entries = group->fgd;
+        for (UINT i = 0; i < group->cItems; ++i)
+            names.emplace_back(entries[i].cFileName);
+    }
+    ReleaseStgMedium(&medium);
+    return names;
+}
+
 // The library asks for its kind when its data object is noted already and not on its way to the work thread yet.
 class AskedRecord : public ClipboardFileDataImpl {
 public:
@@ -92,12 +118,20 @@ TEST_F(ClipboardWriting, AListFromTheGuestStandsOnTheClipboard)
 
 TEST_F(ClipboardWriting, ASecondListReplacesTheFirstWhileNothingTransfers)
 {
-    set();
+    ASSERT_TRUE(set());
+    EXPECT_EQ(readOfferedNames(), (Names{L"file0", L"file1"}));
     ClipDataObject* const first = TestAccess::notedObject(*mEngine);
-    EXPECT_TRUE(set());
-    EXPECT_NE(TestAccess::notedObject(*mEngine), nullptr);
-    EXPECT_TRUE(RecordingLog::hasLine(5, "destroy "));
-    EXPECT_NE(first, nullptr);
+    ASSERT_NE(first, nullptr);
+    const auto second = std::make_shared<ClipboardFileDataImpl>();
+    second->SetFiles({GuestList::makeFile("second", 30)});
+    RecordingLog::clear();
+    EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, second));
+    EXPECT_EQ(RecordingLog::count(5, "destroy " + printAddress(first)), 1);
+    EXPECT_EQ(readOfferedNames(), Names{L"second"});
+    EXPECT_EQ(TestAccess::clipData(*mEngine), second);
+    // The note has moved on too. The new object may lie where the first lay.
+    ASSERT_NE(TestAccess::notedObject(*mEngine), nullptr);
+    EXPECT_EQ(TestAccess::notedObject(*mEngine)->GetRequest()->GetClipboardData(), second);
 }
 
 TEST_F(ClipboardWriting, AnyFormatButTheLazyOneTakesTheSameRoute)
@@ -119,10 +153,21 @@ TEST_F(ClipboardWriting, AGuestThatIsNotSupportedIsRefusedWithItsCount)
 
 TEST_F(ClipboardWriting, AnEmptyListAndNoRecordCountZero)
 {
-    EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, ClipboardFileData::Create()));
-    EXPECT_EQ(lastEvent().number, 0);
-    EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, nullptr));
-    EXPECT_EQ(lastEvent().number, 0);
+    const std::shared_ptr<ClipboardData> empty = ClipboardFileData::Create();
+    for (const std::shared_ptr<ClipboardData>& data : {empty, std::shared_ptr<ClipboardData>()}) {
+        set();  // what either takes off the clipboard
+        mGuest.listener->clear();
+        EXPECT_TRUE(mEngine->SetClipboardData(ClipboardFormat::File, data));
+        ASSERT_EQ(mGuest.listener->events().size(), 1u);  // its own, and not what was told of the list before
+        EXPECT_EQ(fieldsOf(lastEvent()), (Fields{"setClipboard", "setComplete", "file", "0",
+                                                 "set guest file list to clipboard complete", "sucess", "", ""}));
+        EXPECT_EQ(readOfferedNames(), data != nullptr ? Names() : Names{L"no list"});
+        mEngine->SetFileClipboardSupported(false);
+        EXPECT_FALSE(mEngine->SetClipboardData(ClipboardFormat::File, data));
+        mEngine->SetFileClipboardSupported(true);
+        ASSERT_EQ(mGuest.listener->events().size(), 2u);
+        EXPECT_EQ(lastEvent().number, 0);
+    }
 }
 
 TEST_F(ClipboardWriting, TheLazyRouteTakesFileRecordsOnlyAndSendsNoEvent)
