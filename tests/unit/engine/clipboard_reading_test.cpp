@@ -324,14 +324,13 @@ TEST_F(ClipboardReading, TextThatIsEmptyOrMissingGivesNullAndClosesTheClipboard)
 
 TEST_F(ClipboardReading, TextWithoutATerminatorEndsWithItsBlock)
 {
-    const std::wstring text(8, L'z');
-    mOwner.open();
-    mOwner.addBlock(CF_UNICODETEXT, text.data(), text.size() * sizeof(wchar_t));
-    mOwner.close();
+    // The platform may put a terminator into a text that lacks it: here it stands behind the block that is told.
+    mOwner.putText(L"abcdefg");
+    const ImportHook<decltype(&GlobalSize)> size(
+        nullptr, "GlobalSize", +[](HGLOBAL) -> SIZE_T { return 3 * sizeof(wchar_t); });
     const auto record = std::dynamic_pointer_cast<ClipboardTextDataImpl>(readAs(ClipboardFormat::Text, CF_UNICODETEXT));
     ASSERT_NE(record, nullptr);
-    EXPECT_EQ(record->GetText().substr(0, 7), "zzzzzzz");
-    EXPECT_LE(record->GetText().size(), 8u);
+    EXPECT_EQ(record->GetText(), "abc");
 }
 
 TEST_F(ClipboardReading, TheImageBranchGivesAnEmptyRecordWithoutOpeningTheClipboard)

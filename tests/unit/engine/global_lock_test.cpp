@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 
 #include "support/import_hook.h"
 
@@ -17,6 +18,38 @@ HGLOBAL makeBlock(const void* data, std::size_t size)
     GlobalUnlock(block);
     return block;
 }
+
+// Pages of which the second faults at any touch. The text ends where the first does.
+class TextBeforeAGuardPage {
+public:
+    explicit TextBeforeAGuardPage(const std::wstring& text)
+    {
+        constexpr SIZE_T kPage = 4096;
+        mPages =
+            static_cast<unsigned char*>(VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+        DWORD before = 0;
+        EXPECT_TRUE(VirtualProtect(mPages + kPage, kPage, PAGE_NOACCESS, &before));
+        mText = mPages + kPage - text.size() * sizeof(wchar_t);
+        std::memcpy(mText, text.data(), text.size() * sizeof(wchar_t));
+    }
+    ~TextBeforeAGuardPage()
+    {
+        VirtualFree(mPages, 0, MEM_RELEASE);
+    }
+    TextBeforeAGuardPage(const TextBeforeAGuardPage&) = delete;
+    TextBeforeAGuardPage& operator=(const TextBeforeAGuardPage&) = delete;
+
+    void* text() const
+    {
+        return mText;
+    }
+
+private:
+    unsigned char* mPages = nullptr;
+    unsigned char* mText = nullptr;
+};
+
+void* gLocked = nullptr;  // what a block is said to be at
 
 UINT lockCount(HGLOBAL block)
 {
@@ -51,9 +84,16 @@ TEST(GlobalLockScope, TextEndsAtItsTerminator)
 
 TEST(GlobalLockScope, TextWithoutATerminatorEndsWithItsBlock)
 {
-    const HGLOBAL block = makeBlock(L"abcdefgh", 16);
-    EXPECT_EQ(GlobalLockScope(block).textUpToTerminator(), L"abcdefgh");
-    GlobalFree(block);
+    // A read of one character more ends the process, and does not depend on what lies behind the block.
+    const TextBeforeAGuardPage text(L"abcdefgh");
+    gLocked = text.text();
+    const ImportHook<decltype(&GlobalLock)> lock(
+        nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return gLocked; });
+    const ImportHook<decltype(&GlobalUnlock)> unlock(
+        nullptr, "GlobalUnlock", +[](HGLOBAL) -> BOOL { return TRUE; });
+    const ImportHook<decltype(&GlobalSize)> size(
+        nullptr, "GlobalSize", +[](HGLOBAL) -> SIZE_T { return 16; });
+    EXPECT_EQ(GlobalLockScope(nullptr).textUpToTerminator(), L"abcdefgh");
 }
 
 TEST(GlobalLockScope, TextIsBoundedByWhatTheSystemSaysOfItsBlock)
