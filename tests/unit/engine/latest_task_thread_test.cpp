@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -66,7 +67,7 @@ using sd::clip::TestAccess;
 
 namespace {
 
-constexpr auto kLong = std::chrono::seconds(10);
+constexpr auto kLong = std::chrono::seconds(30);
 
 // Something that a task does once and the test waits for. Copies share it, so that it lives as long as the task.
 class Signal {
@@ -117,6 +118,54 @@ void waitForFirstWait(LatestTaskThread& thread)
     thread.PostLatest([done] { done.set(); });
     done.comes();
 }
+
+// Until the thread has run a task of its queue. It comes there from its wait alone, and to its wait with an empty slot
+// alone: so it has looked at the slot since the end of the task that runs now.
+void passQueue(LatestTaskThread& thread)
+{
+    const Signal passed;
+    TestAccess::pushToQueueSilently(thread, [passed] { passed.set(); });
+    while (!passed.hasCome(std::chrono::milliseconds(1)))
+        TestAccess::broadcast(thread);
+}
+
+// What one of several threads has posted.
+struct PostedTasks {
+    std::atomic<int> posted{0};
+    std::atomic<int> runs{0};
+    std::atomic<int> newest{0};  // of those that ran
+    std::atomic<int> alive{0};
+};
+
+// A task that tells of its run and of its end, exactly once.
+class CountedTask {
+public:
+    CountedTask(PostedTasks& tasks, std::atomic<int>& running) : mTasks(tasks), mRunning(running)
+    {
+        mNumber = ++mTasks.posted;
+        ++mTasks.alive;
+    }
+    ~CountedTask()
+    {
+        --mTasks.alive;
+    }
+    CountedTask(const CountedTask&) = delete;
+    CountedTask& operator=(const CountedTask&) = delete;
+
+    void run()
+    {
+        EXPECT_EQ(++mRunning, 1) << "two tasks at once";
+        EXPECT_GT(mNumber, mTasks.newest) << "a task that had its turn";
+        mTasks.newest = mNumber;
+        ++mTasks.runs;
+        --mRunning;
+    }
+
+private:
+    PostedTasks& mTasks;
+    std::atomic<int>& mRunning;
+    int mNumber = 0;
+};
 
 }  // namespace
 
@@ -169,14 +218,19 @@ TEST(LatestTaskThread, ATaskMayPostTheNextOne)
     EXPECT_TRUE(done.comes());
 }
 
-TEST(LatestTaskThread, AnEmptyTaskIsNotRun)
+TEST(LatestTaskThread, AnEmptyTaskTakesThePlaceOfOneThatWaitsAndIsNotRun)
 {
     LatestTaskThread thread;
     waitForFirstWait(thread);
+    const HeldTask held;
+    thread.PostLatest(held);
+    ASSERT_TRUE(held.begun.comes());
+    const auto hasRun = std::make_shared<std::atomic<bool>>(false);
+    thread.PostLatest([hasRun] { *hasRun = true; });
     thread.PostLatest(nullptr);
-    const Signal done;
-    thread.PostLatest([done] { done.set(); });
-    EXPECT_TRUE(done.comes());
+    held.goOn.set();
+    passQueue(thread);
+    EXPECT_FALSE(*hasRun);
 }
 
 TEST(LatestTaskThread, APostBeforeTheFirstWaitRunsAtTheNextBroadcast)
@@ -286,25 +340,35 @@ TEST(LatestTaskThread, DestroyedDuringATaskItWaitsForTheTask)
     EXPECT_TRUE(finished);
 }
 
-TEST(LatestTaskThread, ManyThreadsMayPostAtOnce)
+TEST(LatestTaskThread, OfTasksOfManyThreadsEachRunsOnceAtTheMostInItsThreadsOrder)
 {
-    LatestTaskThread thread;
-    waitForFirstWait(thread);
-    std::atomic<int> runs{0};
-    std::vector<std::thread> posters;
-    for (int i = 0; i < 4; ++i) {
-        posters.emplace_back([&] {
-            for (int k = 0; k < 1000; ++k)
-                thread.PostLatest([&runs] { ++runs; });
-        });
+    constexpr int kThreads = 4;
+    std::array<PostedTasks, kThreads> tasks;
+    std::atomic<int> running{0};
+    {
+        LatestTaskThread thread;
+        waitForFirstWait(thread);
+        std::vector<std::thread> posters;
+        for (PostedTasks& own : tasks) {
+            // Until tasks of this thread have run, so that posts and runs do meet.
+            posters.emplace_back([&thread, &running, &own] {
+                while (own.posted < 1000 || own.runs < 5) {
+                    thread.PostLatest([task = std::make_shared<CountedTask>(own, running)] { task->run(); });
+                    if (own.posted % 100 == 0)
+                        std::this_thread::yield();
+                }
+            });
+        }
+        for (std::thread& poster : posters)
+            poster.join();
+        passQueue(thread);
     }
-    for (std::thread& poster : posters)
-        poster.join();
-    const Signal done;
-    thread.PostLatest([done] { done.set(); });
-    ASSERT_TRUE(done.comes());
-    EXPECT_GE(runs, 1);
-    EXPECT_LE(runs, 4000);
+    bool isLastRun = false;
+    for (const PostedTasks& own : tasks) {
+        EXPECT_EQ(own.alive, 0);
+        isLastRun = isLastRun || own.newest == own.posted;
+    }
+    EXPECT_TRUE(isLastRun);  // the last of all is the last of some thread
 }
 
 TEST(LatestTaskThread, MembersStandInTheirOrder)
