@@ -349,15 +349,3 @@ TEST_F(LazyPreparationFailure, ADirectoryWhoseFilesCantBeDeletedIsUsedAllTheSame
                         "EmptyClipboard", kDone}));
     EXPECT_EQ(listNames(mFolder.path() + L"\\cache").size(), 2u);
 }
-
-TEST_F(LazyPreparationFailure, AReadOnlyDirectoryIsOneWhereNoFileCanBeCreated)
-{
-    ASSERT_TRUE(SetFileAttributesW((mFolder.path() + L"\\cache").c_str(), FILE_ATTRIBUTE_READONLY));
-    gGiven = INVALID_HANDLE_VALUE;  // the administrator of this machine may write there all the same
-    gCloseError = ERROR_INVALID_HANDLE;
-    const GivenFile file;
-    EXPECT_FALSE(prepare());
-    EXPECT_EQ(RecordingLog::messages(7),
-              std::vector<std::string>{"Failed to close sparce file(6): " + WideToUtf8(gCreatedPath)});
-    expectDisarmed();
-}
