@@ -224,7 +224,6 @@ TEST_F(FileRequestTest, CutCancelsATransferOnceAndDropsWhatComesLater)
     EXPECT_EQ(mRequest->GetStream(), nullptr);
     mGuest.deliver(0, "1");
     EXPECT_EQ(RecordingLog::count(6, "mClipData is nullptr. maybe use canceled."), 1);
-    EXPECT_EQ(RecordingLog::count(5, "clear OLE Clipboard\n"), 0);  // the clipboard is somebody else's by now
     mRequest->Cut();
     EXPECT_EQ(mGuest.cancelled.size(), 1u);
 }
