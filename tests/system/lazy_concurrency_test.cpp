@@ -1,9 +1,13 @@
 // Landings on two drives at once, and landings while a list is prepared.
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <functional>
+#include <memory>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "example_support/utf8_arguments.h"
 #include "lazy_test.h"
@@ -13,18 +17,36 @@
 
 namespace {
 
-// Where the library's preparation stops, with its lock held, while a gate is set; and whether it fails there.
+// Where the library's preparation stops, with its lock held, while a gate is set: before its placeholder is made, or
+// with the placeholder in the cache. From there it fails.
 std::atomic<Gate*> gPreparationGate{nullptr};
-std::atomic<bool> gPreparationFails{false};
+std::atomic<Gate*> gPublicationGate{nullptr};
+
+std::atomic<DWORD> gPreparingThread{0};
+std::atomic<int> gLooksForMessages{0};  // of that thread, which serves what is sent to it while it waits for the lock
 
 BOOL WINAPI createDirectoryAtGate(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes)
 {
     if (Gate* const gate = gPreparationGate)
         gate->pass();
-    if (!gPreparationFails)
-        return CreateDirectoryW(path, attributes);
+    return CreateDirectoryW(path, attributes);
+}
+
+BOOL WINAPI openClipboardAtGate(HWND owner)
+{
+    Gate* const gate = gPublicationGate;
+    if (gate == nullptr || GetCurrentThreadId() != gPreparingThread)
+        return OpenClipboard(owner);
+    gate->pass();
     SetLastError(ERROR_ACCESS_DENIED);
     return FALSE;
+}
+
+BOOL WINAPI noteLookForMessages(LPMSG message, HWND window, UINT first, UINT last, UINT remove)
+{
+    if (GetCurrentThreadId() == gPreparingThread)
+        ++gLooksForMessages;
+    return PeekMessageW(message, window, first, last, remove);
 }
 
 // Comes to its end however the test does.
@@ -50,21 +72,41 @@ private:
     std::thread mThread;
 };
 
+struct PreparationHooks {
+    const HMODULE dll = GetModuleHandleW(L"md-clipboard.dll");
+    const ImportHook<decltype(&CreateDirectoryW)> createDirectory{dll, "CreateDirectoryW", &createDirectoryAtGate};
+    const ImportHook<decltype(&OpenClipboard)> openClipboard{dll, "OpenClipboard", &openClipboardAtGate};
+    const ImportHook<decltype(&PeekMessageW)> peekMessage{dll, "PeekMessageW", &noteLookForMessages};
+};
+
 class LazyConcurrency : public LazyTest {
 protected:
+    LazyConcurrency()
+    {
+        // Never taken back: a watcher of an earlier test may stand in them.
+        [[maybe_unused]] static const auto& hooks = *new PreparationHooks;
+    }
     ~LazyConcurrency() override
     {
         gPreparationGate = nullptr;
-        gPreparationFails = false;
+        gPublicationGate = nullptr;
+        gPreparingThread = 0;
+        gLooksForMessages = 0;
     }
 
-    // Never taken back: a watcher of an earlier test may stand in it.
-    void holdPreparationsAt(Gate& gate)
+    // From the one thread that is watched.
+    bool offerWatched(const std::shared_ptr<LazyList>& list, const std::vector<std::string>& fileNames)
     {
-        static auto& hook = *new ImportHook<decltype(&CreateDirectoryW)>(GetModuleHandleW(L"md-clipboard.dll"),
-                                                                         "CreateDirectoryW", createDirectoryAtGate);
-        static_cast<void>(hook);
-        gPreparationGate = &gate;
+        gPreparingThread = GetCurrentThreadId();
+        return offerLazily(list, fileNames);
+    }
+
+    std::vector<std::wstring> listCache() const
+    {
+        std::vector<std::wstring> names;
+        for (const auto& entry : std::filesystem::directory_iterator(mFolder.path() + L"\\cache"))
+            names.push_back(entry.path().filename().wstring());
+        return names;
     }
 };
 
@@ -109,14 +151,15 @@ TEST_F(LazyConcurrency, ALandingDuringAPreparationWaitsForItAndBelongsToNobody)
     const auto first = arm();
     const std::wstring landed = mOther.path() + L"\\" + placeholderName();
     Gate gate;
-    holdPreparationsAt(gate);
+    gPreparationGate = &gate;
     const auto second = std::make_shared<LazyList>();
     settle(L'D');
     ThreadBehindGate preparation(gate, [&] { EXPECT_TRUE(offerLazily(second, {"second.txt"})); });
     ASSERT_TRUE(gate.waitForArrival());
     makeEmptyFile(landed);
     EXPECT_TRUE(mReads.waitUntilGiven(landed));
-    EXPECT_FALSE(mReads.waitUntilHandled(landed, 300));
+    mReads.waitUntilWatcherWaits(landed);
+    EXPECT_FALSE(mReads.isHandled(landed));
     preparation.openAndJoin();
     EXPECT_TRUE(mReads.waitUntilHandled(landed));
     EXPECT_TRUE(first->landings().empty());
@@ -124,41 +167,52 @@ TEST_F(LazyConcurrency, ALandingDuringAPreparationWaitsForItAndBelongsToNobody)
     EXPECT_FALSE(RecordingLog::hasLine(5, "Try to start lazy rendering file copy: "));
 }
 
-TEST_F(LazyConcurrency, ALandingDuringAPreparationThatFailsBelongsToNobodyEither)
+// Under the new placeholder's name, which is the one that the library looks for by then.
+TEST_F(LazyConcurrency, ALandingDuringAPreparationThatFailsWaitsForItAndBelongsToNobodyEither)
 {
-    const auto first = arm();
-    const std::wstring landed = mOther.path() + L"\\" + placeholderName();
+    const auto first = arm({"report.txt"});
     Gate gate;
-    holdPreparationsAt(gate);
-    gPreparationFails = true;
+    gPublicationGate = &gate;
     const auto second = std::make_shared<LazyList>();
     settle(L'D');
-    ThreadBehindGate preparation(gate, [&] { EXPECT_FALSE(offerLazily(second, {"second.txt"})); });
+    ThreadBehindGate preparation(gate, [&] { EXPECT_FALSE(offerWatched(second, {"report.txt"})); });
     ASSERT_TRUE(gate.waitForArrival());
+    ASSERT_EQ(listCache().size(), 1u);
+    ASSERT_NE(listCache().front(), placeholderName());
+    const std::wstring landed = mOther.path() + L"\\" + listCache().front();
     makeEmptyFile(landed);
     EXPECT_TRUE(mReads.waitUntilGiven(landed));
+    mReads.waitUntilWatcherWaits(landed);
+    EXPECT_FALSE(mReads.isHandled(landed));
     preparation.openAndJoin();
     EXPECT_TRUE(mReads.waitUntilHandled(landed));
     EXPECT_TRUE(first->landings().empty());
     EXPECT_TRUE(second->landings().empty());
     EXPECT_TRUE(fileExists(landed));
+    EXPECT_FALSE(RecordingLog::hasLine(5, "Try to start lazy rendering file copy: "));
 }
 
-TEST_F(LazyConcurrency, APreparationDuringALandingWaitsForTheHostsAnswer)
+TEST_F(LazyConcurrency, APreparationDuringALandingWaitsForTheHostsAnswerBeforeItsFirstStep)
 {
-    Gate gate;
+    Gate answer;
     const auto first = arm({"report.txt"}, [&](const Landing&) {
-        gate.pass();
+        answer.pass();
         Journal::shared().add("the host answers");
         return 0;
     });
-    ThreadBehindGate landing(gate, [&] { landIn(mOther.path()); });
-    ASSERT_TRUE(gate.waitForArrival());
+    ThreadBehindGate landing(answer, [&] { landIn(mOther.path()); });
+    ASSERT_TRUE(answer.waitForArrival());
+    const std::wstring leftover = mFolder.path() + L"\\cache\\leftover";  // a preparation that does not wait deletes it
+    makeEmptyFile(leftover);
     Journal::shared().clear();
+    Gate directory;  // a preparation that does not wait comes here
+    gPreparationGate = &directory;
     const auto second = std::make_shared<LazyList>();
-    ThreadBehindGate preparation(gate, [&] { EXPECT_TRUE(offerLazily(second, {"second.txt"})); });
-    const std::string begins = "Start watching file by file clipboard lazy renderer.";
-    EXPECT_TRUE(waitUntil([&] { return Journal::shared().find(begins) >= 0; }));
+    ThreadBehindGate preparation(answer, [&] { EXPECT_TRUE(offerWatched(second, {"second.txt"})); });
+    EXPECT_TRUE(waitUntil([&] { return gLooksForMessages > 0 || directory.waitForArrival(0); }));
+    EXPECT_FALSE(directory.waitForArrival(0));
+    EXPECT_TRUE(fileExists(leftover));
+    directory.open();
     preparation.openAndJoin();
     landing.openAndJoin();
     expectLanded(*first, 1, mOther.path());
@@ -166,6 +220,7 @@ TEST_F(LazyConcurrency, APreparationDuringALandingWaitsForTheHostsAnswer)
     const int prepared = Journal::shared().find("Start watching file by file clipboard lazy renderer done.");
     EXPECT_GE(answered, 0);
     EXPECT_GT(prepared, answered);
+    EXPECT_FALSE(fileExists(leftover));
 }
 
 TEST_F(LazyConcurrency, TheHostMayOfferTheNextListInsideTheCallback)

@@ -52,7 +52,8 @@ LazyReads& LazyReads::shared()
 
 LazyReads::LazyReads()
     : mReadChanges(GetModuleHandleW(L"md-clipboard.dll"), "ReadDirectoryChangesW", readChanges),
-      mGetResult(GetModuleHandleW(L"md-clipboard.dll"), "GetOverlappedResult", getResult)
+      mGetResult(GetModuleHandleW(L"md-clipboard.dll"), "GetOverlappedResult", getResult),
+      mWait(GetModuleHandleW(L"md-clipboard.dll"), "WaitForSingleObject", wait)
 {
 }
 
@@ -80,12 +81,29 @@ BOOL WINAPI LazyReads::getResult(HANDLE directory, LPOVERLAPPED overlapped, LPDW
     return done;
 }
 
+DWORD WINAPI LazyReads::wait(HANDLE handle, DWORD milliseconds)
+{
+    const DWORD error = GetLastError();
+    shared().noteWait();
+    SetLastError(error);
+    return WaitForSingleObject(handle, milliseconds);
+}
+
+void LazyReads::noteWait()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    for (auto& watcher : mWatchers)
+        watcher.second.waits += watcher.second.thread == GetCurrentThreadId() ? 1 : 0;
+    mChanged.notify_all();
+}
+
 void LazyReads::noteStart(HANDLE directory, LPOVERLAPPED overlapped, const void* buffer)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     Watcher& watcher = mWatchers[directory];
     if (watcher.drive == 0)
         watcher.drive = driveOf(directory);
+    watcher.thread = GetCurrentThreadId();
     ++watcher.readsBegun;
     mBuffers[overlapped] = buffer;
     mChanged.notify_all();
@@ -107,6 +125,7 @@ void LazyReads::noteResult(HANDLE directory, LPOVERLAPPED overlapped, DWORD byte
         file.action = records[i].action;
         file.isLastOfSeveral = isLastOfSeveral;
         file.read = watcher.readsDone;
+        file.waits = watcher.waits;
     }
     mChanged.notify_all();
 }
@@ -163,6 +182,20 @@ bool LazyReads::waitUntilHandled(const std::wstring& path, int milliseconds) con
         const FileOfRead* const file = fileOf(path);
         return file != nullptr && watcherOf(path.front())->readsBegun > file->read;
     });
+}
+
+void LazyReads::waitUntilWatcherWaits(const std::wstring& path, int milliseconds) const
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    mChanged.wait_for(lock, std::chrono::milliseconds(milliseconds), [&] {
+        const FileOfRead* const file = fileOf(path);
+        return file != nullptr && watcherOf(path.front())->waits > file->waits;
+    });
+}
+
+bool LazyReads::isHandled(const std::wstring& path) const
+{
+    return waitUntilHandled(path, 0);
 }
 
 int LazyReads::countReadsOfSeveral(wchar_t drive) const

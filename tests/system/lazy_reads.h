@@ -39,16 +39,24 @@ public:
     bool waitUntilGiven(const std::wstring& path, int milliseconds = 30000) const;
     bool waitUntilHandled(const std::wstring& path, int milliseconds = 30000) const;
 
+    // Until the watcher waits again after that read: for the next one, or for a lock. Not all runtimes show how they
+    // wait for a lock; with the others this takes its whole time, and nothing was seen.
+    void waitUntilWatcherWaits(const std::wstring& path, int milliseconds = 30000) const;
+    bool isHandled(const std::wstring& path) const;
+
     // How many reads of the drive held more than one record; how many told only that records were lost.
     int countReadsOfSeveral(wchar_t drive) const;
     int countOverflows(wchar_t drive) const;
 
 private:
     struct FileOfRead : NoticedFile {
-        int read = 0;  // which one
+        int read = 0;   // which one
+        int waits = 0;  // of the watcher up to it
     };
     struct Watcher {
         wchar_t drive = 0;
+        DWORD thread = 0;
+        int waits = 0;
         std::map<std::wstring, FileOfRead> files;  // by path
         int readsBegun = 0;
         int readsDone = 0;
@@ -60,8 +68,10 @@ private:
     static BOOL WINAPI readChanges(HANDLE directory, LPVOID buffer, DWORD size, BOOL subtree, DWORD filter,
                                    LPDWORD bytes, LPOVERLAPPED overlapped, LPOVERLAPPED_COMPLETION_ROUTINE routine);
     static BOOL WINAPI getResult(HANDLE directory, LPOVERLAPPED overlapped, LPDWORD bytes, BOOL wait);
+    static DWORD WINAPI wait(HANDLE handle, DWORD milliseconds);
     void noteStart(HANDLE directory, LPOVERLAPPED overlapped, const void* buffer);
     void noteResult(HANDLE directory, LPOVERLAPPED overlapped, DWORD bytes);
+    void noteWait();
     const Watcher* watcherOf(wchar_t drive) const;
     const FileOfRead* fileOf(const std::wstring& path) const;
 
@@ -71,4 +81,5 @@ private:
     std::map<LPOVERLAPPED, const void*> mBuffers;
     ImportHook<decltype(&ReadDirectoryChangesW)> mReadChanges;
     ImportHook<decltype(&GetOverlappedResult)> mGetResult;
+    ImportHook<decltype(&WaitForSingleObject)> mWait;
 };
