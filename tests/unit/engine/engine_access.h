@@ -64,6 +64,11 @@ public:
     {
         return engine.mFileLazyRenderer;
     }
+    // As after a preparation whose own write was not yet seen.
+    static void setPendingOwnCopy(ClipboardImpl& engine)
+    {
+        engine.mFileLazyRenderer.mPendingOwnCopy = true;
+    }
     static std::string placeholderDirectory(const ClipboardImpl& engine)
     {
         return engine.mFileLazyRenderer.cacheDirectory();

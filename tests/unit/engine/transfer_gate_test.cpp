@@ -58,6 +58,25 @@ TEST_F(TransferGate, DuringATransferACopyYieldsTheEventAndNoList)
     EXPECT_EQ(RecordingLog::count(6, "not support onDetectCopy when file is transferring"), 1);
 }
 
+TEST_F(TransferGate, DuringATransferTheRenderersOwnChangeIsConsumedWithoutAnEvent)
+{
+    set();
+    ASSERT_EQ(paste(), S_OK);
+    mGuest.listener->clear();
+    RecordingLog::clear();
+    TestAccess::setPendingOwnCopy(*mEngine);
+    TestAccess::detectCopy(*mEngine);
+    EXPECT_TRUE(mGuest.listener->reports().empty());
+    EXPECT_TRUE(mGuest.listener->events().empty());
+    EXPECT_EQ(RecordingLog::messages(),
+              (std::vector<std::string>{"Consume file lazy renderer copy 1",
+                                        "File clipboard lazy renderer is ready, skip onDetectCopy"}));
+
+    TestAccess::detectCopy(*mEngine);  // the flag answers for one change
+    EXPECT_TRUE(mGuest.listener->reports().empty());
+    EXPECT_EQ(lastEvent().message, "client copy file when some file is transferring, ignore");
+}
+
 TEST_F(TransferGate, ACopyThatWasIgnoredIsNotReportedWhenTheTransferHasEnded)
 {
     set();
