@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
+#include <cstring>
 #include <ctime>
 
 #include "support/import_hook.h"
@@ -74,6 +75,51 @@ struct NoLock {
                                                  }};
 };
 
+FILETIME fileTime(std::uint64_t ticks)
+{
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+// The clock from which an entry has its times shows these seconds.
+class FixedClock {
+public:
+    explicit FixedClock(std::int64_t seconds)
+    {
+        sSeconds = seconds;
+    }
+
+private:
+    static inline std::int64_t sSeconds = 0;
+    const ImportHook<decltype(&_time64)> mHook{nullptr, "_time64", +[](__time64_t* seconds) -> __time64_t {
+                                                   if (seconds != nullptr)
+                                                       *seconds = sSeconds;
+                                                   return sSeconds;
+                                               }};
+};
+
+// Memory that is not asked for as zeroed is not.
+class DirtyMemory {
+public:
+    DirtyMemory()
+    {
+        sReal = mHook.real();
+    }
+
+private:
+    static HGLOBAL WINAPI allocate(UINT flags, SIZE_T size)
+    {
+        const HGLOBAL block = sReal(flags, size);
+        if ((flags & GMEM_ZEROINIT) == 0) {
+            std::memset(GlobalLock(block), 0xCC, size);
+            GlobalUnlock(block);
+        }
+        return block;
+    }
+
+    static inline decltype(&GlobalAlloc) sReal = nullptr;
+    const ImportHook<decltype(&GlobalAlloc)> mHook{nullptr, "GlobalAlloc", &allocate};
+};
+
 }  // namespace
 
 TEST(FileGroupDescriptor, AnEmptyListIsABlockOfFourBytesWithACountOfZero)
@@ -141,6 +187,84 @@ TEST(FileGroupDescriptor, EveryFileHasThePresentTimeInWholeSecondsAndNotTheGuest
 
     Sleep(1100);
     EXPECT_GT(ticks(Rendered({file}).entry(0).ftLastWriteTime), time);
+}
+
+TEST(FileGroupDescriptor, AttributesThatAreMissingAreTheDirectorysOrNone)
+{
+    ClipfileDescription unknownDirectory = makeFile("d");
+    unknownDirectory.attributes = 0xFFFFFFFF;
+    unknownDirectory.mode = 0x41FF;
+    const Rendered rendered({unknownDirectory, makeFile("f")});
+    EXPECT_EQ(rendered.entry(0).dwFileAttributes, 0x10u);
+    EXPECT_EQ(rendered.entry(1).dwFileAttributes, 0x80u);
+}
+
+TEST(FileGroupDescriptor, TheShownAttributesAndNotTheModeDecideWhetherAnEntryHasTimes)
+{
+    ClipfileDescription shownAsFile = makeFile("f");
+    shownAsFile.attributes = 0x20;
+    shownAsFile.mode = 0x4000;
+    ClipfileDescription shownAsDirectory = makeFile("d");
+    shownAsDirectory.attributes = 0x10;
+    shownAsDirectory.mode = 0x8000;
+    ClipfileDescription directoryWithMore = makeFile("e");
+    directoryWithMore.attributes = 0x31;
+    const Rendered rendered({shownAsFile, shownAsDirectory, directoryWithMore});
+    EXPECT_NE(ticks(rendered.entry(0).ftCreationTime), 0u);
+    EXPECT_NE(ticks(rendered.entry(0).ftLastAccessTime), 0u);
+    EXPECT_NE(ticks(rendered.entry(0).ftLastWriteTime), 0u);
+    for (const std::size_t directory : {1, 2}) {
+        EXPECT_EQ(ticks(rendered.entry(directory).ftCreationTime), 0u);
+        EXPECT_EQ(ticks(rendered.entry(directory).ftLastAccessTime), 0u);
+        EXPECT_EQ(ticks(rendered.entry(directory).ftLastWriteTime), 0u);
+    }
+}
+
+// The word is fixed: it promises times that a directory does not have, and a place that nothing has.
+TEST(FileGroupDescriptor, WhatADirectoryDoesNotHaveIsZeroUnderTheSameFlags)
+{
+    const DirtyMemory memory;
+    ClipfileDescription directory = makeFile("d");
+    directory.attributes = 0x10;
+    directory.createTime = directory.accessTime = directory.writeTime = 1;
+    const Rendered rendered({makeFile("a rather long name of a file"), directory});
+    FILEDESCRIPTORW expected = {};
+    expected.dwFlags = 0x8000407E;
+    expected.dwFileAttributes = 0x10;
+    expected.cFileName[0] = L'd';
+    EXPECT_EQ(std::memcmp(&rendered.entry(1), &expected, sizeof expected), 0);
+}
+
+TEST(FileGroupDescriptor, OfAFileClassSizeAndPlaceOnTheScreenAreZero)
+{
+    const DirtyMemory memory;
+    const FixedClock clock(1000000000);
+    const Rendered rendered({makeFile("f", 0x200000003)});
+    FILEDESCRIPTORW expected = {};
+    expected.dwFlags = 0x8000407E;
+    expected.dwFileAttributes = 0x80;
+    expected.ftCreationTime = expected.ftLastAccessTime = expected.ftLastWriteTime = fileTime(126444736000000000);
+    expected.nFileSizeHigh = 2;
+    expected.nFileSizeLow = 3;
+    expected.cFileName[0] = L'f';
+    EXPECT_EQ(std::memcmp(&rendered.entry(0), &expected, sizeof expected), 0);
+}
+
+TEST(FileGroupDescriptor, AClockAtOrBefore1970IsReplacedByTheSystemTime)
+{
+    // 3 February 2001, 4:05:06.789
+    const ImportHook<decltype(&GetSystemTime)> system(
+        nullptr, "GetSystemTime", +[](LPSYSTEMTIME time) { *time = {2001, 2, 6, 3, 4, 5, 6, 789}; });
+    const std::uint64_t systemTime = 116444736000000000 + std::uint64_t{9811731067890000};
+    for (const std::int64_t seconds : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{-11644473600}}) {
+        const FixedClock clock(seconds);
+        const Rendered rendered({makeFile("f")});
+        EXPECT_EQ(ticks(rendered.entry(0).ftCreationTime), systemTime) << seconds;
+        EXPECT_EQ(ticks(rendered.entry(0).ftLastAccessTime), systemTime) << seconds;
+        EXPECT_EQ(ticks(rendered.entry(0).ftLastWriteTime), systemTime) << seconds;
+    }
+    const FixedClock clock(1);
+    EXPECT_EQ(ticks(Rendered({makeFile("f")}).entry(0).ftLastWriteTime), 116444736010000000u);
 }
 
 TEST(FileGroupDescriptor, ANameMayCarryItsTerminator)
