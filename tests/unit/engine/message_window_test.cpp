@@ -191,6 +191,21 @@ TEST_F(MessageWindow, AfterUnInitAChangeIsNotReportedAndTheEngineStays)
     EXPECT_FALSE(mListener->waitForReports(1, 300));
 }
 
+TEST_F(MessageWindow, InitAfterUnInitReportsCopiesAgain)
+{
+    initAndLetTheFirstReportThrough();
+    const HWND first = window();
+    mThread.run([&] { mEngine->UnInit(); });
+    RecordingLog::clear();
+    initAndLetTheFirstReportThrough();  // the further sync reports what the clipboard holds
+    EXPECT_NE(window(), first);
+    EXPECT_EQ(GetWindowThreadProcessId(window(), nullptr), mThread.id());
+    ClipboardOwner().putDropList({L"C:\\windows"});
+    EXPECT_TRUE(mListener->waitForFiles(0, 30000));
+    EXPECT_EQ(mListener->threadOfLastReport(), workerThread());
+    mThread.run([first] { DestroyWindow(first); });
+}
+
 TEST_F(MessageWindow, ASecondInitMakesAFurtherWindowThoughItsClassIsThereAlready)
 {
     init();
