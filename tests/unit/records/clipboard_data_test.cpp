@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -119,6 +121,25 @@ TEST(ClipfileDescription, IsCopiedAndMovedFieldByField)
     moveAssigned = std::move(assigned);
     expectSame(moveAssigned, file);
     EXPECT_TRUE(std::is_nothrow_move_constructible<ClipfileDescription>::value);
+}
+
+TEST(ClipfileDescription, TimesKeepAll64Bits)
+{
+    static_assert(std::is_same_v<decltype(ClipfileDescription::createTime), std::int64_t>);
+    static_assert(std::is_same_v<decltype(ClipfileDescription::accessTime), std::int64_t>);
+    static_assert(std::is_same_v<decltype(ClipfileDescription::writeTime), std::int64_t>);
+    constexpr std::int64_t kBeyond = (std::int64_t{1} << 32) + 1;
+    ClipfileDescription file = makeFile("a.txt");
+    file.createTime = std::numeric_limits<std::int64_t>::min();
+    file.accessTime = -kBeyond;
+    file.writeTime = kBeyond;
+    ClipboardFileDataImpl record;
+    record.SetFiles({file});
+    const ClipboardFileDataImpl copy(record);
+    const ClipfileDescription kept = ClipboardFileDataImpl(copy).GetFiles().at(0);
+    EXPECT_EQ(kept.createTime, std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(kept.accessTime, -kBeyond);
+    EXPECT_EQ(kept.writeTime, kBeyond);
 }
 
 TEST(ClipboardTextData, KeepsItsText)
