@@ -143,3 +143,16 @@ TEST_F(LazyLanding, IsToldWhateverTheHostAnswersAndThrows)
     landIn(mOther.path());
     expectLanded(*next, 1, mOther.path());
 }
+
+TEST_F(LazyLanding, ThatTheHostRefusesRaisesNoEvent)
+{
+    for (const int answer : {1, -1}) {
+        const auto list = arm({"report.txt"}, [answer](const Landing&) { return answer; });
+        landIn(mOther.path());
+        expectLanded(*list, 1, mOther.path());
+        EXPECT_TRUE(RecordingLog::hasLine(
+            7, "Lazy rendering file copy start failed(" + std::to_string(answer) + ") for " + toUtf8(mOther.path())));
+        EXPECT_TRUE(mHost.listener().events().empty());
+        EXPECT_TRUE(mHost.listener().reports().empty());
+    }
+}
