@@ -50,7 +50,22 @@ TEST_F(ClipDataObjectTest, TheFirstContentsRequestStartsTheTransferAndGivesAStre
     EXPECT_EQ(paste.stage, "getFileContent");
     EXPECT_EQ(paste.message, "pformatetcIn->cfFormat == mFormatFileContent");
     EXPECT_EQ(paste.number, 3);
-    EXPECT_TRUE(RecordingLog::hasLine(5, "Create filestream(file0) to copy to destination."));
+}
+
+// Its last words are the address of the cancel function's copy, which nobody else knows.
+TEST_F(ClipDataObjectTest, EachContentsRequestLogsItsFileAndTheAddressOfACancelFunction)
+{
+    for (const LONG index : {0L, 2L}) {
+        RecordingLog::clear();
+        ASSERT_EQ(mOffer.getContents(index), S_OK);
+        const std::string beginning = "Create filestream(file" + std::to_string(index) +
+                                      ") to copy to destination. fileData->GetFileCancelFunc():";
+        const std::string message = RecordingLog::firstLine(5, beginning).message;
+        ASSERT_GT(message.size(), beginning.size()) << message;
+        const auto address = std::stoull(message.substr(beginning.size()), nullptr, 16);
+        EXPECT_NE(address, 0u);
+        EXPECT_EQ(message, beginning + printAddress(reinterpret_cast<const void*>(address)));
+    }
 }
 
 TEST_F(ClipDataObjectTest, AFirstRequestForALaterFileNamesThatFile)
@@ -117,18 +132,43 @@ TEST_F(ClipDataObjectTest, OneStreamServesFileAfterFileAndASecondPasteMakesNoReq
     EXPECT_EQ(mGuest.requested.size(), 1u);
 }
 
-TEST_F(ClipDataObjectTest, ContentsInAnotherMediumAreRefusedWithoutALog)
+TEST_F(ClipDataObjectTest, ContentsInAnotherMediumAreRefusedWithoutALogAndAnEvent)
 {
     EXPECT_EQ(mOffer.getData(kContents, 0, TYMED_HGLOBAL), DV_E_FORMATETC);
     EXPECT_TRUE(RecordingLog::lines().empty());
+    EXPECT_TRUE(mGuest.listener->events().empty());
     EXPECT_TRUE(mGuest.requested.empty());
 }
 
-TEST_F(ClipDataObjectTest, WithoutARequestFunctionContentsAreRefused)
+TEST_F(ClipDataObjectTest, WithoutARequestFunctionContentsAreRefusedWithoutAnEvent)
 {
     mGuest.record->SetFileFuncs(nullptr, nullptr);
+    for (const LONG index : {0L, 3L}) {
+        RecordingLog::clear();
+        EXPECT_EQ(mOffer.getContents(index), DV_E_FORMATETC);
+        EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"request file data func is null"});
+        EXPECT_TRUE(mGuest.listener->events().empty());
+    }
+}
+
+TEST_F(ClipDataObjectTest, ARequestThatIsRefusedForAnotherPasteIsReportedToo)
+{
+    mOffer.getContents(0);
+    mGuest.listener->clear();
     EXPECT_EQ(mOffer.getContents(0), DV_E_FORMATETC);
-    EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"request file data func is null"});
+    EXPECT_EQ(mGuest.eventsOf("clientPaste").size(), 1u);
+}
+
+TEST_F(ClipDataObjectTest, ARequestToAnEmptyListIsReportedWithALengthOfZero)
+{
+    const auto record = std::make_shared<ClipboardFileDataImpl>();
+    record->SetFileFuncs(mGuest.record->GetFileRequestFunc(), nullptr);
+    const OfferedRecord offer(record);
+    RecordingLog::clear();
+    EXPECT_EQ(offer.getContents(0), DV_E_FORMATETC);
+    EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"file list invalid"});
+    ASSERT_EQ(mGuest.eventsOf("clientPaste").size(), 1u);
+    EXPECT_EQ(mGuest.listener->events()[0].number, 0);
 }
 
 TEST_F(ClipDataObjectTest, AVetoIsRefusedByPolicy)
