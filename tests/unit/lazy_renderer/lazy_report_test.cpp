@@ -117,6 +117,22 @@ TEST_F(LazyReport, AfterAFailedPreparationItFindsThePromiseOfTheLastSuccessOrNon
     EXPECT_EQ(done.get(), 2);
 }
 
+// A report names no list: the host's word for the earlier one is taken for the newer one's.
+TEST_F(LazyReport, AReportForAReplacedPreparationIsStoredForTheNewOneWhoseOwnIsRefused)
+{
+    prepare();
+    const auto replaced = TestAccess::renderingDone(mRenderer);
+    prepare({"b.txt"});
+    const auto done = TestAccess::renderingDone(mRenderer);
+    ASSERT_EQ(replaced.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_THROW(replaced.get(), std::future_error);
+    EXPECT_FALSE(isSecondReport(mRenderer, 7));
+    EXPECT_TRUE(isSecondReport(mRenderer, 0));
+    EXPECT_EQ(done.get(), 7);
+    EXPECT_EQ(TestAccess::armedData(mRenderer), mRecord);
+    EXPECT_NE(TestAccess::suffix(mRenderer), "");
+}
+
 TEST_F(LazyReport, AReportDoesNotWaitForALanding)
 {
     prepare();
