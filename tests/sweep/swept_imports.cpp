@@ -133,7 +133,9 @@ void addWindows(Imports& imports)
     SWEPT(PostThreadMessageW)
         .fails("quota", FALSE, ERROR_NOT_ENOUGH_QUOTA)
         .fails("no thread", FALSE, ERROR_INVALID_THREAD_ID)
-        .logs("PostThreadMessage failed! errCode: ");
+        .logs("PostThreadMessage failed! errCode: ")
+        .isSilent("the next wake serves, too", [](DWORD, UINT message, WPARAM, LPARAM) { return message == WM_NULL; })
+        .varies("a wait that lasts wakes the thread once a second");
     SWEPT(GetMessageW)
         .fails("no window", -1, ERROR_INVALID_WINDOW_HANDLE)
         .isSilent("the thread goes on to the next message");

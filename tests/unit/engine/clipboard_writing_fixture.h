@@ -48,6 +48,18 @@ protected:
         return mEngine->SetClipboardData(sd::clip::ClipboardFormat::File, mGuest.record);
     }
 
+    // Returns when the work thread waits for its next message: until one comes it does not look for a job whose message
+    // was dropped.
+    static void waitForWorkThread()
+    {
+        HWND window = nullptr;
+        auto made = sd::clip::RemoteFormatFile::Instance().MoveToThread([&window] {
+            window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+        });
+        EXPECT_EQ(made.get(), sd::clip::FuncExecStatus::Executed);
+        SendMessageW(window, WM_CLOSE, 0, 0);  // served in that wait, and destroys the window
+    }
+
     // Asks for contents as another program does; the transfer is under way then.
     HRESULT paste(Microsoft::WRL::ComPtr<IStream>* stream = nullptr, LONG index = 0)
     {

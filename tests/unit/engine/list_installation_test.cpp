@@ -41,6 +41,7 @@ protected:
 TEST_F(ListInstallation, AJobThatTheWorkThreadDoesNotTakeIsWithdrawnWithItsObject)
 {
     set();
+    waitForWorkThread();
     RecordingLog::clear();
     {
         const ImportHook<decltype(&PostThreadMessageW)> hook(
@@ -71,6 +72,7 @@ TEST_F(ListInstallation, AFutureWithoutAStateYieldsFalseAndNoEvent)
 TEST_F(ListInstallation, AnErrorOfAFutureThatComesWhileTheJobIsPlacedIsCaughtToo)
 {
     set();
+    waitForWorkThread();
     mGuest.listener->clear();
     {
         const ImportHook<decltype(&PostThreadMessageW)> hook(

@@ -68,6 +68,7 @@ TEST_F(OperationEvents, AListDuringATransfer)
 TEST_F(OperationEvents, AListThatTheWorkThreadDoesNotTake)
 {
     ASSERT_TRUE(set());  // starts the thread
+    waitForWorkThread();
     takeEvents();
     const ImportHook<decltype(&PostThreadMessageW)> hook(
         nullptr, "PostThreadMessageW", +[](DWORD, UINT, WPARAM, LPARAM) -> BOOL { return TRUE; });

@@ -97,6 +97,27 @@ TEST(JobSlot, DiscardingTellsTheWaiterAndGivesTheFunctionBack)
     EXPECT_EQ(TestAccess::job(slot).promise, nullptr);
 }
 
+TEST(JobSlot, AJobWaitsForItsMessageFromThePostUntilItLeavesTheSlot)
+{
+    JobSlot slot;
+    EXPECT_FALSE(slot.PostedId());
+    slot.Place(doNothing);
+    EXPECT_FALSE(slot.PostedId());  // its post may fail
+    slot.NotePosted();
+    EXPECT_EQ(slot.PostedId(), 1u);
+    slot.Take();
+    EXPECT_FALSE(slot.PostedId());
+
+    slot.Place(doNothing);
+    slot.NotePosted();
+    EXPECT_EQ(slot.PostedId(), 2u);
+    slot.Discard();
+    EXPECT_FALSE(slot.PostedId());
+
+    slot.Place(doNothing);
+    EXPECT_FALSE(slot.PostedId());
+}
+
 TEST(JobSlot, DiscardingAnEmptySlotDoesNothing)
 {
     JobSlot slot;

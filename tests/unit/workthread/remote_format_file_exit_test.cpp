@@ -71,6 +71,20 @@ const TestRole serving("serving", [](const std::vector<std::string>&) {
     return SUCCEEDED(result) ? code : 1;
 });
 
+// The host's own loop on the thread takes the message that is to end it, and drops it.
+const TestRole looping("looping", [](const std::vector<std::string>&) {
+    std::promise<void> begun;
+    RemoteFormatFile& file = witnessedInstance();
+    file.MoveToThread([&begun, last = TestAccess::exitMessage(file)] {
+        begun.set_value();
+        MSG message;
+        while (GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != last)
+            DispatchMessageW(&message);
+    });
+    begun.get_future().wait();
+    return kExitCode;
+});
+
 // Other threads go on placing jobs while the program's statics are destroyed.
 const TestRole callersGoOn("callers-go-on", [](const std::vector<std::string>&) {
     const int code = runAndLeave([] {});
@@ -100,4 +114,5 @@ INSTANTIATE_TEST_SUITE_P(InEveryState, ProgramExit,
                                          std::pair(L"idle", "the thread has ended"),
                                          std::pair(L"busy", "the thread has ended"),
                                          std::pair(L"serving", "the thread has ended"),
+                                         std::pair(L"looping", "the thread has ended"),
                                          std::pair(L"callers-go-on", "the thread has ended")));

@@ -32,6 +32,10 @@ public:
     {
         return file.mExitMessage;
     }
+    static bool exitWanted(const RemoteFormatFile& file)
+    {
+        return file.mExitWanted;
+    }
     static const Job& job(const RemoteFormatFile& file)
     {
         return file._userMsgSetOle.mJob;

@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::uint32_t kTransferFailed = 1;
 constexpr auto kMessagePause = std::chrono::milliseconds(10);
+constexpr auto kTimeBetweenWakes = std::chrono::seconds(1);
 constexpr DWORD kMostWaitForClipboard = 1000;  // milliseconds
 constexpr DWORD kClipboardPause = 10;          // milliseconds
 
@@ -148,15 +149,21 @@ std::future_status ClipboardImpl::installOnWorkThread(const std::shared_ptr<Pend
 }
 
 // A caller that joined OLE owns the clipboard that was just emptied, and the work thread's OleSetClipboard sends a
-// message to the owner: it is served while waiting.
+// message to the owner: it is served while waiting. The work thread may not have noticed that its message was dropped.
 std::future_status ClipboardImpl::waitForWorkThread(const std::future<FuncExecStatus>& done) const
 {
-    const auto end = std::chrono::steady_clock::now() + mLongestInstall;
+    const auto begin = std::chrono::steady_clock::now();
+    auto nextWake = begin + kTimeBetweenWakes;
     for (;;) {
         const std::future_status status = done.wait_for(kMessagePause);
-        if (status != std::future_status::timeout || std::chrono::steady_clock::now() >= end)
+        const auto now = std::chrono::steady_clock::now();
+        if (status != std::future_status::timeout || now >= begin + mLongestInstall)
             return status;
         ServeSentMessages();
+        if (now >= nextWake) {
+            RemoteFormatFile::Instance().Wake();
+            nextWake = now + kTimeBetweenWakes;
+        }
     }
 }
 

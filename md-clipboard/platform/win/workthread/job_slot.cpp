@@ -43,6 +43,7 @@ std::function<void()> JobSlot::Discard()
 std::future<FuncExecStatus> JobSlot::Place(std::function<void()> func)
 {
     ++mJob.id;
+    mIsPosted = false;
     mJob.func = std::move(func);
     mJob.promise = makePromise();
     if (mJob.promise == nullptr)
@@ -50,8 +51,19 @@ std::future<FuncExecStatus> JobSlot::Place(std::function<void()> func)
     return mJob.promise->get_future();
 }
 
+void JobSlot::NotePosted()
+{
+    mIsPosted = true;
+}
+
+std::optional<std::uint32_t> JobSlot::PostedId() const
+{
+    return mIsPosted ? std::optional(mJob.id) : std::nullopt;
+}
+
 Job JobSlot::Take()
 {
+    mIsPosted = false;
     return Job{mJob.id, std::exchange(mJob.func, nullptr), std::exchange(mJob.promise, nullptr)};
 }
 

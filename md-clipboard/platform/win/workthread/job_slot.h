@@ -5,6 +5,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
 
 #include "sd/clip/clipboard_data.h"
 
@@ -29,6 +30,12 @@ public:
     // Puts a job into the empty slot, under the next number. A future without a state if memory is short.
     std::future<FuncExecStatus> Place(std::function<void()> func);
 
+    // The message of the job that waits is on its way to the thread.
+    void NotePosted();
+
+    // Number of the job that waits for its message; none if the slot is empty, or if the job's post failed.
+    std::optional<std::uint32_t> PostedId() const;
+
     // Empties the slot into the result; the result's number is that of the latest job even if there is none.
     Job Take();
 
@@ -41,6 +48,7 @@ public:
 private:
     friend class TestAccess;
     Job mJob;
+    bool mIsPosted = false;
 };
 
 // Runs the job if its message carried its number, and otherwise discards it: the message was then meant for an older

@@ -10,11 +10,20 @@ namespace {
 
 constexpr DWORD kTimeForQueue = 100;           // milliseconds that a new thread has in any case
 constexpr DWORD kMostTimeForQueue = 5000;      // milliseconds, on a machine that is busy with other things
+constexpr DWORD kTimeBetweenWakes = 1000;      // milliseconds
 constexpr DWORD kMostTimeForExit = 3'600'000;  // milliseconds: one hour, as long as the engine waits for a job
 
 int lastError()
 {
     return static_cast<int>(GetLastError());
+}
+
+// The number of the message that a look for one of that number finds; WM_NULL if there is none. A quit message passes
+// every filter, so it may be found instead. Sent messages are served meanwhile: not to be called under a lock.
+UINT lookFor(UINT number)
+{
+    MSG found;
+    return PeekMessageW(&found, nullptr, number, number, PM_NOREMOVE) ? found.message : WM_NULL;
 }
 
 }  // namespace
@@ -75,6 +84,7 @@ std::future<FuncExecStatus> RemoteFormatFile::MoveToThread(std::function<void()>
         CLIP_LOG(kLogFatal, "PostThreadMessage failed! errCode: %d", lastError());
         return {};
     }
+    _userMsgSetOle.NotePosted();
     return status;
 }
 
@@ -106,8 +116,23 @@ void RemoteFormatFile::WaitForQueue() const
 void RemoteFormatFile::EndThread()
 {
     const DWORD id = mThreadId;
-    if (id != 0 && PostThreadMessageW(id, mExitMessage, 0, 0))
-        WaitForSingleObject(mThreadHandle, kMostTimeForExit);
+    if (id == 0 || !PostThreadMessageW(id, mExitMessage, 0, 0))
+        return;
+    mExitWanted = true;
+    for (DWORD waited = 0; waited < kMostTimeForExit; waited += kTimeBetweenWakes) {
+        if (WaitForSingleObject(mThreadHandle, kTimeBetweenWakes) != WAIT_TIMEOUT)
+            return;
+        Wake();
+    }
+}
+
+void RemoteFormatFile::Wake() const
+{
+    // A message that could not be registered has the number 0, which would then mean something.
+    const bool isMeaningless = mSetOleMessage != WM_NULL && mExitMessage != WM_NULL;
+    const DWORD id = mThreadId;
+    if (id != 0 && isMeaningless)
+        PostThreadMessageW(id, WM_NULL, 0, 0);
 }
 
 DWORD WINAPI RemoteFormatFile::OleDataObjectRpcThreadMsgProc(void* instance)
@@ -121,7 +146,9 @@ DWORD WINAPI RemoteFormatFile::OleDataObjectRpcThreadMsgProc(void* instance)
     return 0;
 }
 
-// Ordinary message handling, since OLE serves the data object by messages to windows of this thread.
+// Ordinary message handling, since OLE serves the data object by messages to windows of this thread. What runs in such
+// a message may be the host's, with a message loop of its own, as a dialog has. That loop takes our messages and drops
+// them. So the thread looks for what was dropped whenever it is back.
 void RemoteFormatFile::ServeMessages()
 {
     MSG message;
@@ -129,21 +156,33 @@ void RemoteFormatFile::ServeMessages()
     if (mQueueStands != nullptr)
         SetEvent(mQueueStands);
     for (;;) {
+        while (RunDroppedJob()) {
+        }
+        if (IsExitDropped())
+            break;
         const BOOL result = GetMessageW(&message, nullptr, 0, 0);
         if (result == 0)
             return;
-        if (result == -1 || TranslateAcceleratorW(message.hwnd, nullptr, &message) != 0)
-            continue;
-        if (message.message == mSetOleMessage) {
-            RunPendingJob(message.wParam);
-        } else if (message.message == mExitMessage) {
-            CLIP_LOG(kLogInfo, "OLE Thread exit!\n");
-            return;
-        } else {
-            TranslateMessage(&message);
-            DispatchMessageW(&message);
-        }
+        if (result != -1 && !HandleMessage(message))
+            break;
     }
+    CLIP_LOG(kLogInfo, "OLE Thread exit!\n");
+}
+
+// @return false for the exit message
+bool RemoteFormatFile::HandleMessage(MSG& message)
+{
+    if (TranslateAcceleratorW(message.hwnd, nullptr, &message) != 0)
+        return true;
+    if (message.message == mSetOleMessage) {
+        RunPendingJob(message.wParam);
+    } else if (message.message == mExitMessage) {
+        return false;
+    } else {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return true;
 }
 
 void RemoteFormatFile::RunPendingJob(WPARAM number)
@@ -154,6 +193,36 @@ void RemoteFormatFile::RunPendingJob(WPARAM number)
         job = _userMsgSetOle.Take();
     }
     RunJob(std::move(job), number);
+}
+
+// Runs the job whose message was posted and is no longer in the queue. A message of an older job that is in the queue
+// decides about the job as ever. @return whether there was one to run
+bool RemoteFormatFile::RunDroppedJob()
+{
+    const std::optional<std::uint32_t> number = PostedJob();
+    if (!number || lookFor(mSetOleMessage) == mSetOleMessage)
+        return false;
+    Job job;
+    {
+        const LockScope lock(mJobLock);
+        if (_userMsgSetOle.PostedId() != number)
+            return false;  // a newer job came during the look, or the job was withdrawn
+        job = _userMsgSetOle.Take();
+    }
+    RunJob(std::move(job), *number);
+    return true;
+}
+
+std::optional<std::uint32_t> RemoteFormatFile::PostedJob()
+{
+    const LockScope lock(mJobLock);
+    return _userMsgSetOle.PostedId();
+}
+
+// A quit message that waits ends the thread too, without the line about an exit.
+bool RemoteFormatFile::IsExitDropped() const
+{
+    return mExitWanted && lookFor(mExitMessage) == WM_NULL;
 }
 
 }  // namespace sd::clip

@@ -4,8 +4,10 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <future>
+#include <optional>
 
 #include "annotated_mutex.h"
 #include "workthread/job_slot.h"
@@ -35,6 +37,11 @@ public:
     // could not be placed.
     std::future<FuncExecStatus> MoveToThread(std::function<void()> func);
 
+    // Has the thread look for what it should do. To be called once a second by a thread that waits for it: its loop
+    // does not notice by itself that a sent message's handler has dropped a message of ours. Does nothing without a
+    // thread.
+    void Wake() const;
+
     // Whether the caller runs on that thread: there it must not wait for a job.
     bool IsThisThread() const
     {
@@ -51,7 +58,11 @@ private:
     void WaitForQueue() const;
     void EndThread();
     void ServeMessages();
+    bool HandleMessage(MSG& message);
     void RunPendingJob(WPARAM number);
+    bool RunDroppedJob();
+    bool IsExitDropped() const;
+    std::optional<std::uint32_t> PostedJob();
 
     // Written once, under mJobLock. Never closed: so the system gives the id to no other thread.
     std::atomic<HANDLE> mThreadHandle{nullptr};
@@ -59,8 +70,9 @@ private:
     const UINT mSetOleMessage;
     const UINT mExitMessage;
     JobSlot _userMsgSetOle CLIP_GUARDED_BY(mJobLock);
-    Mutex mJobLock;             // held through the start of the thread and the post, never while a job runs
-    const HANDLE mQueueStands;  // event: the thread can be posted to
+    Mutex mJobLock;                        // held through the start of the thread and the post, never while a job runs
+    const HANDLE mQueueStands;             // event: the thread can be posted to
+    std::atomic<bool> mExitWanted{false};  // the exit message was posted
 };
 
 }  // namespace sd::clip
