@@ -71,6 +71,7 @@ TEST_F(StandingListsTest, ASinkThatOutlivesTheObjectKeepsNoSlices)
     {
         const StandingObject object(mGuest.record);
         kept = object.request();
+        EXPECT_TRUE(isStanding(sliceName("file0")));
     }
     EXPECT_FALSE(isStanding(sliceName("file0")));
 }

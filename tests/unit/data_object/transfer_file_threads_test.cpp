@@ -13,6 +13,18 @@
 #include "data_object/transfer_file.h"
 #include "sample_transfer.h"
 
+namespace sd::clip {
+
+class TestAccess {
+public:
+    static Mutex& writingMutex(TransferFile& file)
+    {
+        return file.mClaim.WritingMutex();
+    }
+};
+
+}  // namespace sd::clip
+
 void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
 {
     ADD_FAILURE() << "a slice was waited for in vain";
@@ -163,4 +175,32 @@ TEST(TransferFileThreads, ANewerListOfOneNameGetsNoBytesOfAnOlderOne)
         newer.CloseSlice(path);
         ASSERT_EQ(readWholeFile(path), "new.") << round;
     }
+}
+
+TEST(TransferFileThreads, AnOlderListThatLosesTheNameOnTheWayDoesNotEmptyTheSlice)
+{
+    const SliceFolder folder;
+    const std::string path = sd::clip::MakeSlicePath(folder.directory(), "key", 0);
+    sd::clip::TransferFile oldest("key", 1);
+    sd::clip::TransferFile older("key", 1);
+    sd::clip::TransferFile newer("key", 4);
+    oldest.OpenSlice(path);
+    oldest.AbandonSlice();
+    std::thread opener;
+    std::thread taker;
+    {
+        const sd::clip::LockScope held(sd::clip::TestAccess::writingMutex(older));
+        opener = std::thread([&] { EXPECT_FALSE(older.OpenSlice(path)); });
+        while (!oldest.HasLostSlices())  // until the older list has the name, and waits to open the slice
+            std::this_thread::yield();
+        taker = std::thread([&] {
+            newer.OpenSlice(path);
+            newer.Write(reinterpret_cast<const unsigned char*>("new."), 4);
+        });
+        while (!older.HasLostSlices())
+            std::this_thread::yield();
+    }
+    opener.join();
+    taker.join();
+    EXPECT_EQ(readWholeFile(path), "new.");
 }

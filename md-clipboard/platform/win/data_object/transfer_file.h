@@ -98,6 +98,8 @@ public:
     std::condition_variable mSliceReady;          // safe by itself
 
 private:
+    friend class TestAccess;
+
     bool hasCopiedAll() const;
     bool awaitNextSlice();
     std::string findNextSlice();
