@@ -56,6 +56,16 @@ TEST(ClipFileList, TheIndexHoldsPositionsPlusOneAndTheLastOfEqualNames)
     EXPECT_EQ((std::unordered_map<std::string, std::int32_t>{{"x\\1", 3}, {"2", 2}}), TestAccess::fileIndex(list));
 }
 
+TEST(ClipFileList, ARebuiltListLeavesTheIndexUntilItIsBuiltAnew)
+{
+    ClipFileList list;
+    TestAccess::allFiles(list) = {makeEntry("x", "1")};
+    list.BuildFileIndex();
+    list.RebuildAllFiles(true);
+    EXPECT_TRUE(TestAccess::allFiles(list).empty());
+    EXPECT_EQ((std::unordered_map<std::string, std::int32_t>{{"x\\1", 1}}), TestAccess::fileIndex(list));
+}
+
 TEST(ClipFileList, AnEmptyListLeavesTheIndexAsItIs)
 {
     ClipFileList list;

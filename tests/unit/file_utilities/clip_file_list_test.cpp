@@ -245,6 +245,8 @@ TEST_F(ClipFileListTest, WhenNoPathCanBeReadTheListEndsEmpty)
     list.ExpandAllFiles(true);
     EXPECT_TRUE(TestAccess::allFiles(list).empty());
     EXPECT_EQ(1, RecordingLog::count(kLogError, kNothingLeft));
+    list.ExpandAllFiles(false);
+    EXPECT_EQ(2, RecordingLog::count(kLogError, kNothingLeft));
 }
 
 TEST_F(ClipFileListTest, AFileThatIsOnlyListedStaysSelected)

@@ -217,6 +217,17 @@ TEST(SetFileDescription, ADirectoryKeepsSizeAndTimes)
     expectSizeAndTimes(description, 3, 4, 5, 6);
 }
 
+TEST(SetFileDescription, OneBitOfTheModeTellsADirectory)
+{
+    // A mode without the right to write, as of a read-only directory.
+    ImportHook<Stat> stat(
+        nullptr, "_wstat64", +[](const wchar_t*, struct _stat64* status) -> int { return fillStatus(status, 0x416D); });
+    DetailFileDescription description = makeUsed();
+    EXPECT_EQ(0u, SetFileDescription(description, "C:\\dir\\sub", "C:\\dir"));
+    EXPECT_EQ(0x416D, description.mode);
+    expectSizeAndTimes(description, 3, 4, 5, 6);
+}
+
 TEST(SetFileDescription, AttributesThatCannotBeReadAreTakenAsTheyCome)
 {
     ImportHook<Stat> stat(nullptr, "_wstat64", &giveFileStatus);
@@ -334,7 +345,7 @@ TEST(SetFileDescription, APathThatCannotBeReadIsLoggedAndLosesItsTexts)
     ImportHook<decltype(&FindClose)> close(nullptr, "FindClose", &countClosed);
     closedSearches = 0;
     DetailFileDescription description = makeUsed();
-    EXPECT_EQ(5u, SetFileDescription(description, "C:\\dir\\a.txt\\", "C:\\dir"));
+    EXPECT_EQ(5u, SetFileDescription(description, "C:\\dir\\sub\\a.txt\\", "C:\\dir"));
     EXPECT_EQ("", description.root);
     EXPECT_EQ("", description.relativePath);
     EXPECT_EQ("", description.fileName);
@@ -343,7 +354,7 @@ TEST(SetFileDescription, APathThatCannotBeReadIsLoggedAndLosesItsTexts)
     expectSizeAndTimes(description, 3, 4, 5, 6);
     EXPECT_EQ(0, closedSearches);
     EXPECT_EQ((std::vector<std::string>{
-                  "C:\\dir\\a.txt\\ is not be found or does not have perssion to access. error code 5"}),
+                  "C:\\dir\\sub\\a.txt\\ is not be found or does not have perssion to access. error code 5"}),
               RecordingLog::messages());
     EXPECT_EQ(kLogError, RecordingLog::lines().at(0).level);
 }
