@@ -149,6 +149,8 @@ TEST(ClipboardTextData, KeepsItsText)
     EXPECT_EQ(text.GetText(), "");
     text.SetText("gr\xC3\xBC\xC3\x9F");
     EXPECT_EQ(text.GetText(), "gr\xC3\xBC\xC3\x9F");
+    text.SetText("short");
+    EXPECT_EQ(text.GetText(), "short");
     const ClipboardTextDataImpl copy(text);
     EXPECT_EQ(ClipboardTextDataImpl(copy).GetText(), text.GetText());
 }
@@ -230,6 +232,26 @@ TEST(ClipboardFileData, KeepsTheHostsFunctions)
     record.GetFileCancelFunc()(makeFile("b"));
     EXPECT_EQ(cancelled, "b");
     EXPECT_TRUE(record.GetOLEClipboardPasteFunc()());
+}
+
+TEST(ClipboardFileData, EmptyFunctionsReplaceEarlierOnes)
+{
+    ClipboardFileDataExImpl record;
+    record.SetFileFuncs([](const ClipfileDescription&, const FileDataRequestCallback&) { return std::string(); },
+                        [](const ClipfileDescription&) {});
+    record.SetOLEClipboardPasteFunc([] { return false; });
+    record.SetFileLazyRenderingCallback([](const std::shared_ptr<ClipboardFileDataEx>&) { return 0; });
+    record.SetTargetClipboardData(ClipboardFileData::Create());
+
+    EXPECT_TRUE(record.SetFileFuncs(nullptr, nullptr));
+    record.SetOLEClipboardPasteFunc(nullptr);
+    record.SetFileLazyRenderingCallback(nullptr);
+    record.SetTargetClipboardData(nullptr);
+    EXPECT_FALSE(record.GetFileRequestFunc());
+    EXPECT_FALSE(record.GetFileCancelFunc());
+    EXPECT_FALSE(record.GetOLEClipboardPasteFunc());
+    EXPECT_FALSE(record.GetFileLazyRenderingCallback());
+    EXPECT_EQ(record.GetTargetClipboardData(), nullptr);
 }
 
 TEST(ClipboardFileData, TheInterfaceDropsAPasteFunction)
