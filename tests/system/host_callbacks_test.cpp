@@ -155,6 +155,45 @@ TEST_F(HostCallbacks, AListFromAnEventOfAPasteIsRefusedAndThePasteCompletes)
     EXPECT_TRUE(listener->heard("transferFinish"));
 }
 
+// Through the sink, from one module to the other.
+TEST_F(HostCallbacks, WhatAListenerThrowsAtTheEndOfAFileReachesTheDeliveringThreadAndThePasteIsWhole)
+{
+    struct HostError {};
+    std::atomic<int> thrown{0};
+    std::atomic<int> caught{0};
+    std::atomic<int> listEnds{0};
+    const auto listener = listen([&](const std::string& operation) {
+        listEnds += operation == "endClipboardFile" ? 1 : 0;
+        if (operation != "transferFinish")
+            return;
+        ++thrown;
+        throw HostError();
+    });
+    const auto list = makeSmallList();
+    const auto record = list->makeRecord();
+    record->SetFileFuncs(
+        [&, request = record->GetFileRequestFunc()](const ClipfileDescription& asked, FileDataRequestCallback sink) {
+            return request(asked, [&, sink = std::move(sink)](const ClipfileDescription& file, unsigned char* data,
+                                                              unsigned long long size) {
+                try {
+                    sink(file, data, size);
+                } catch (const HostError&) {
+                    ++caught;
+                }
+            });
+        },
+        nullptr);
+    ASSERT_TRUE(offer(record));
+    EXPECT_EQ(paste(L"target"), kPasteWritten) << mOutput;
+    expectPasted(*list, L"target");
+    EXPECT_TRUE(waitUntil([&] { return listEnds > 0; }));
+    list->end();
+    EXPECT_EQ(thrown, 2);
+    EXPECT_EQ(caught, 2);
+    mHost.listenAgain();
+    expectNextListWorks();
+}
+
 TEST_F(HostCallbacks, TheRequestFunctionMayCallBackAndItsListIsRefused)
 {
     const auto list = makeSmallList();

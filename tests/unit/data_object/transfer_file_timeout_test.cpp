@@ -5,6 +5,7 @@
 #include <chrono>
 #include <future>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -32,6 +33,9 @@ std::vector<Report> gReports;
 sd::clip::TransferFile* gReported = nullptr;  // whose state is noted in the reports; set before the waits begin
 std::int64_t gReportedSize = 0;
 
+// Of the file whose report fails.
+constexpr std::int64_t kThrowingSize = 90;
+
 // What a Read that waits in vain left behind.
 struct VainRead {
     explicit VainRead(std::int64_t fileSize) : transfer(fileSize) {}
@@ -53,6 +57,7 @@ struct Waits {
     VainRead noSecondSlice{60};
     VainRead signalled{70};
     VainRead hole{80};
+    VainRead throwing{kThrowingSize};
     std::vector<LogLine> lines;
 
     Waits()
@@ -60,6 +65,8 @@ struct Waits {
         RecordingLog::clear();
         noSecondSlice.transfer.addSlice("first");
         noSecondSlice.transfer.read(100);
+        throwing.transfer.addSlice("first");
+        throwing.transfer.read(100);
         hole.transfer.addSlice("gone");
         std::filesystem::remove(hole.transfer.file.mSlices[0]);
         hole.transfer.read(100);
@@ -74,7 +81,7 @@ struct Waits {
             }
         });
         std::vector<std::thread> readers;
-        for (VainRead* read : {&noSlice, &noSecondSlice, &signalled, &hole})
+        for (VainRead* read : {&noSlice, &noSecondSlice, &signalled, &hole, &throwing})
             readers.emplace_back([read] { read->run(); });
         for (std::thread& reader : readers)
             reader.join();
@@ -120,6 +127,8 @@ void sd::clip::reportDownloadTimeout(std::int64_t fileSize, std::int64_t copiedS
     }
     std::lock_guard<std::mutex> lock(gReportsMutex);
     gReports.push_back(report);
+    if (fileSize == kThrowingSize)
+        throw std::runtime_error("the host's");
 }
 
 TEST(TransferFileTimeout, AReadWithoutASliceFailsAfterThirtySeconds)
@@ -165,8 +174,19 @@ TEST(TransferFileTimeout, EachVainWaitLogsItsBeginningAndItsEnd)
         ends += line.level == 5 && line.message == "Wait slice file timeout." ? 1 : 0;
         beginnings += line.level == 5 && line.message == beginning ? 1 : 0;
     }
-    EXPECT_EQ(ends, 4);
+    EXPECT_EQ(ends, 5);
     EXPECT_EQ(beginnings, 1);
+}
+
+TEST(TransferFileTimeout, WhatTheReportThrowsIsKeptAndTheReaderIsGivenUpAllTheSame)
+{
+    expectThirtySeconds(waits().throwing);
+    sd::clip::TransferFile& file = waits().throwing.transfer.file;
+    EXPECT_EQ(file.mSliceReader, nullptr);
+    EXPECT_EQ(file.mReadSliceIndex, 0);
+    EXPECT_THROW(file.RethrowReportFailure(), std::runtime_error);
+    EXPECT_NO_THROW(file.RethrowReportFailure());
+    EXPECT_NO_THROW(waits().noSlice.transfer.file.RethrowReportFailure());
 }
 
 // Runs last: it reads on.

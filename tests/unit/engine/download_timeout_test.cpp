@@ -1,6 +1,7 @@
 // Slices that stop arriving while an application reads: the wait in vain, and what it does to the transfer.
 #include <atomic>
 #include <chrono>
+#include <stdexcept>
 #include <thread>
 
 #include "clipboard_writing_fixture.h"
@@ -138,6 +139,22 @@ TEST_F(DownloadTimeout, WithoutAListenerTheReadEndsAndCancelsJustTheSame)
     EXPECT_EQ(readInVain(), S_FALSE);
     EXPECT_EQ(mBytesRead, 0u);
     expectCancelledOnce();
+}
+
+TEST_F(DownloadTimeout, AListenerThatThrowsFailsTheReadAndTheTransferIsCancelledAllTheSame)
+{
+    ASSERT_NO_FATAL_FAILURE(readUpToTheOpenSlice());
+    mGuest.listener->duringEvent = [](const RecordedEvent&) { throw std::runtime_error("the host's"); };
+    EXPECT_EQ(readInVain(), E_FAIL);
+    EXPECT_EQ(mBytesRead, 0u);
+    EXPECT_EQ(mGuest.eventsOf("transferFail").size(), 1u);
+    EXPECT_EQ(RecordingLog::messages(6), Fields{"Read file conntext fail. Cancel remote transfer"});
+    EXPECT_EQ(mGuest.cancelled, std::vector<std::string>{"file0"});
+    EXPECT_EQ(mRequest->GetRequestFileState(), RequestFileState::kRequestFailed);
+    EXPECT_FALSE(isListOnClipboard());
+    const TransferFile& file = *mRequest->GetTransferFile(mGuest.files[0]);
+    EXPECT_EQ(file.mSliceReader, nullptr);
+    EXPECT_EQ(file.mReadSliceIndex, 0);
 }
 
 TEST_F(DownloadTimeout, WhatComesLaterIsDroppedAndTheNextListWorks)

@@ -285,3 +285,19 @@ TEST_F(WatchedRecords, AHostThatThrowsLosesThisLandingOnly)
               "Lazy rendering file copy(FullPostProcessMode) remove original file for C:\\3\\a.txt.12345678");
     EXPECT_FALSE(TestAccess::isLocked(mRenderer));
 }
+
+TEST_F(WatchedRecords, AHostThatThrowsLosesNoOtherLandingOfTheSameRead)
+{
+    arm([this](const std::shared_ptr<ClipboardFileDataEx>& data) -> int {
+        mRoots.push_back(data->GetTargetClipboardData()->GetFiles().at(0).root);
+        if (mRoots.back() == "C:\\1")
+            throw std::runtime_error("no room");
+        return 0;
+    });
+    EXPECT_EQ(watch({added(L"1"), added(L"2"), added(L"3"), added(L"4")}), (Roots{"C:\\1", "C:\\2", "C:\\3"}));
+    EXPECT_EQ(RecordingLog::count(7, "A landing can't be handled: no room"), 1);
+    EXPECT_EQ(RecordingLog::count(
+                  7, "Lazy rendering file copy(FullPostProcessMode) remove original file for C:\\2\\a.txt.12345678"),
+              1);
+    EXPECT_FALSE(TestAccess::isLocked(mRenderer));
+}

@@ -60,7 +60,7 @@ public:
 /// call SetClipboardData, which refuses the list there.
 ///
 /// A listener must not throw: on the library's own threads an exception ends the process, on the platform's it fails
-/// the paste, and on the host's it comes back to the caller.
+/// the paste, and on the host's it comes back to the caller; a transfer ends, or is cancelled, all the same.
 class MD_CLIPBOARD_API ClipboardListener {
 public:
     ClipboardListener();

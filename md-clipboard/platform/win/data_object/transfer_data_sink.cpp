@@ -1,4 +1,6 @@
 // The sink: what becomes of the file data that the host delivers.
+#include <exception>
+
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
@@ -20,6 +22,31 @@ void raiseEvent(const char* operation, const char* stage, std::int64_t number, c
     if (const auto engine = ClipboardImpl::instance())
         engine->notifyClipboardEvent(operation, stage, "file", number, message, "sucess", "", "");
 }
+
+// Raises events whose outcome changes nothing of the transfer. What the listener throws first is kept until the work
+// is done.
+class CheckedEvents {
+public:
+    template <class Raise>
+    void raise(Raise raiseIt)
+    {
+        try {
+            raiseIt();
+        } catch (...) {
+            if (!mThrown)
+                mThrown = std::current_exception();
+        }
+    }
+
+    void rethrow() const
+    {
+        if (mThrown)
+            std::rethrow_exception(mThrown);
+    }
+
+private:
+    std::exception_ptr mThrown;
+};
 
 // Of the slice that is open, or that comes next.
 std::string pathOfSlice(const TransferFile& transfer)
@@ -70,12 +97,14 @@ bool FileRequest::isStalled() const
 void FileRequest::cancelForStall()
 {
     CLIP_LOG(kLogInfo, "User canceled copy action");
-    raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer");
+    CheckedEvents events;
+    events.raise([] { raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer"); });
     if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
         LockScope state(mStateLock);
         mCancelling = true;  // the next delivery may come before the cancel does
     }
     DataLockScope::runWithoutLock([self = shared_from_this()] { self->CancelRemoteTransfer(); });
+    events.rethrow();
 }
 
 TransferFile& FileRequest::transferFor(const ClipfileDescription& file)
@@ -115,18 +144,25 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
     CLIP_LOG(kLogInfo, "Download slice:%s finish, filesize=%lld. close this slice. notifySliceReady. transferFile:%p",
              path.c_str(), static_cast<long long>(transfer.mReadySize), static_cast<void*>(&transfer));
     transfer.NotifySliceReady();
+    CheckedEvents events;
     if (transfer.mReadySize == transfer.mFileSize) {
-        raiseEvent(
-            "transferFinish", "oneFileFinish", transfer.mFileSize,
-            "readySize/fileSize:" + std::to_string(transfer.mReadySize) + "/" + std::to_string(transfer.mFileSize));
+        events.raise([&transfer] {
+            raiseEvent(
+                "transferFinish", "oneFileFinish", transfer.mFileSize,
+                "readySize/fileSize:" + std::to_string(transfer.mReadySize) + "/" + std::to_string(transfer.mFileSize));
+        });
         CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
     }
     // Empty files that come after the last byte report the end again.
     if (record.GetTransferredSize() == GetTotalFileSize()) {
         setState(RequestFileState::kRequestFinished);
-        raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(GetTotalFileSize()), "all file transfer complete");
+        events.raise([this] {
+            raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(GetTotalFileSize()),
+                       "all file transfer complete");
+        });
         CLIP_LOG(kLogInfo, "all file download finish.");
     }
+    events.rethrow();
 }
 
 }  // namespace sd::clip

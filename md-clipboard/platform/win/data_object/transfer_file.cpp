@@ -152,6 +152,12 @@ bool TransferFile::WaitSliceReady()
                    [this]() CLIP_REQUIRES(mSliceMutex) { return mSliceCount > mReadSliceIndex; });
 }
 
+void TransferFile::RethrowReportFailure()
+{
+    if (const std::exception_ptr failure = std::exchange(mReportFailure, nullptr))
+        std::rethrow_exception(failure);
+}
+
 void TransferFile::Restart()
 {
     mSliceReader.reset();
@@ -214,7 +220,11 @@ void TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32
 void TransferFile::giveUpWaiting(std::uint32_t* count)
 {
     CLIP_LOG(kLogInfo, "Wait slice file timeout.");
-    reportDownloadTimeout(mFileSize, mCopiedSize);
+    try {
+        reportDownloadTimeout(mFileSize, mCopiedSize);
+    } catch (...) {
+        mReportFailure = std::current_exception();
+    }
     *count = 0;
     mSliceReader.reset();
     mReadSliceIndex = 0;

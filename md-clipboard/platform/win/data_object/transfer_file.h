@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <exception>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -68,6 +69,10 @@ public:
     // Waits up to 30 seconds for the slice that the reader needs next; nothing else ends or prolongs the wait.
     bool WaitSliceReady();
 
+    // What the host's listener threw when it was told that a wait was in vain is kept until here: the transfer is
+    // cancelled first.
+    void RethrowReportFailure();
+
     // Lets the next Read begin at the first byte.
     void Restart();
 
@@ -108,6 +113,7 @@ private:
     void giveUpWaiting(std::uint32_t* count);
 
     SliceClaim mClaim;  // safe by itself
+    std::exception_ptr mReportFailure;  // the reader's: null, mostly
 };
 
 }  // namespace sd::clip

@@ -56,6 +56,12 @@ bool awaitRead(HANDLE directory, OVERLAPPED& read)
     return false;
 }
 
+// To be called inside a catch (...).
+void logLostLanding()
+{
+    CLIP_LOG(kLogFatal, "A landing can't be handled: %s", DescribeException());
+}
+
 std::wstring toWide(const std::u16string& text)
 {
     static_assert(sizeof(wchar_t) == sizeof(char16_t), "the platform's wide text is UTF-16");
@@ -144,13 +150,22 @@ void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const un
             const std::string shownName = WideToUtf8(toWide(name));
             if (shownName.empty())
                 return WalkStep::kAbandon;
-            if (action == FILE_ACTION_ADDED)
-                handleAddedFile(root, shownName);
+            handleChange(root, action, shownName);
             return WalkStep::kGoOn;
         });
     } catch (...) {
-        // Out of memory, or what the host's callback throws: this landing is lost, the drive goes on being watched.
-        CLIP_LOG(kLogFatal, "A landing can't be handled: %s", DescribeException());
+        logLostLanding();  // no memory for a name: the rest of this read is lost, the drive goes on being watched
+    }
+}
+
+// What the host's callback throws costs this landing, and none of the same read.
+void FileClipboardLazyRenderer::handleChange(const std::wstring& root, std::uint32_t action, const std::string& name)
+{
+    try {
+        if (action == FILE_ACTION_ADDED)
+            handleAddedFile(root, name);
+    } catch (...) {
+        logLostLanding();
     }
 }
 

@@ -82,6 +82,7 @@ private:
     void watchDirectory(const std::wstring& root);
     void watchChanges(const std::wstring& root, HANDLE directory, HANDLE event, unsigned char* buffer);
     void handleChanges(const std::wstring& root, const unsigned char* buffer);
+    void handleChange(const std::wstring& root, std::uint32_t action, const std::string& name);
     void handleAddedFile(const std::wstring& root, const std::string& name);
 
     // target_file_handling.cpp

@@ -88,6 +88,7 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
         CLIP_LOG(kLogError, "Read file conntext fail. Cancel remote transfer");
         if (!mDisconnected)
             mFileTransfer->CancelRemoteTransfer();
+        file->RethrowReportFailure();
     }
     // No bytes may also mean a slice that was deleted after the data object had died.
     if (isTaken(*file) || (mDisconnected && count == 0))
