@@ -4,8 +4,8 @@
 
 #include <ole2.h>
 
-/// While an object lives, its thread is one that joined OLE. A host does so on each thread that calls the library,
-/// which empties the OLE clipboard on the thread that it is called by. What came through OLE must be released before.
+/// While an object lives, its thread is one that joined OLE. A host may do so on threads that call the library, which
+/// then empties the clipboard through OLE. What came through OLE must be released before.
 class JoinedOle {
 public:
     JoinedOle() : mJoined(SUCCEEDED(OleInitialize(nullptr))) {}

@@ -147,6 +147,7 @@ void addOle(Imports& imports)
         .returns("no memory", E_OUTOFMEMORY)
         .returns("other apartment", RPC_E_CHANGED_MODE)
         .logs("ole initialize failed");
+    SWEPT(CoGetApartmentType).returns("not joined", CO_E_NOTINITIALIZED);
     SWEPT(OleSetClipboard)
         .returns("busy", CLIPBRD_E_CANT_OPEN)
         .silently(kLooksAgain)

@@ -21,6 +21,8 @@ namespace {
 
 std::atomic<decltype(&OleSetClipboard)> gOleSetClipboard{nullptr};
 
+int gEmptied = 0;
+
 std::mutex gInstalledMutex;
 std::vector<ComPtr<IDataObject>> gInstalled;  // guarded by gInstalledMutex; kept, so that no address comes twice
 
@@ -213,6 +215,28 @@ TEST_F(ClipboardWriting, AVetoEmptiesTheClipboardAndTheNextListAsksAgain)
     set();
     EXPECT_NE(pasteDirectly(), S_OK);
     EXPECT_EQ(asked, 2);
+}
+
+TEST_F(ClipboardWriting, AResetEmptiesTheClipboardAndTouchesNoMember)
+{
+    set();
+    ClipDataObject* const noted = TestAccess::notedObject(*mEngine);
+    gEmptied = 0;
+    {
+        // The object would clear the note at its end.
+        const ImportHook<decltype(&OleSetClipboard)> hook(
+            nullptr, "OleSetClipboard", +[](IDataObject* object) -> HRESULT {
+                gEmptied += object == nullptr ? 1 : 100;
+                return S_OK;
+            });
+        mEngine->resetOleclipboard();
+    }
+    EXPECT_EQ(gEmptied, 1);
+    EXPECT_EQ(RecordingLog::count(5, "clear OLE Clipboard\n"), 1);
+    EXPECT_EQ(TestAccess::notedObject(*mEngine), noted);
+    EXPECT_EQ(TestAccess::clipData(*mEngine), mGuest.record);
+    mEngine->resetOleclipboard();
+    EXPECT_FALSE(isListOnClipboard());
 }
 
 TEST_F(ClipboardWriting, TwoListsAtOnceAreEachInstalledOnceAtTheMost)

@@ -84,6 +84,37 @@ TEST_F(NewerCopy, StaysWhenASilentReaderIsCancelled)
     expectTextStays();
 }
 
+TEST_F(NewerCopy, StaysWhenADeliveryThreadReportsAFailure)
+{
+    offerHeld();
+    ASSERT_EQ(paste(), S_OK);
+    deliver(0, "01234");
+    copyText();
+    mDelivery.run([this] { reportFailure(); });
+    EXPECT_EQ(RecordingLog::count(5, "Cancel file stream wait."), 1);
+    expectTextStays();
+}
+
+TEST_F(NewerCopy, StaysWhenAThreadWithoutOleReportsAFailure)
+{
+    offerHeld();
+    ASSERT_EQ(paste(), S_OK);
+    deliver(0, "01234");
+    copyText();
+    reportFailure();
+    EXPECT_EQ(RecordingLog::count(5, "Cancel file stream wait."), 1);
+    expectTextStays();
+}
+
+TEST_F(NewerCopy, StaysWhenTheClipboardIsReset)
+{
+    offerHeld();
+    copyText();
+    mDelivery.run([this] { mEngine->resetOleclipboard(); });
+    mEngine->resetOleclipboard();
+    expectTextStays();
+}
+
 TEST_F(NewerCopy, StaysWhenAFailureIsReportedFromInsideAnEvent)
 {
     mListener->duringEvent = [this](const RecordedEvent& event) {

@@ -1,7 +1,5 @@
 #include "clipboard_win/clipboard_impl.h"
 
-#include <ole2.h>
-
 #include <exception>
 #include <utility>
 
@@ -139,12 +137,6 @@ void ClipboardImpl::resetClipCObjectData(ClipDataObject* object)
     LockScope lock(mStateMutex);
     if (mClipDataObject.compare_exchange_strong(object, nullptr))
         mFileRequest.swap(forgotten);
-}
-
-void ClipboardImpl::resetOleclipboard()
-{
-    CLIP_LOG(kLogInfo, "clear OLE Clipboard\n");
-    OleSetClipboard(nullptr);
 }
 
 std::shared_ptr<ClipboardListener> ClipboardImpl::listener() const

@@ -70,10 +70,11 @@ public:
     // not clear the newer note.
     void resetClipCObjectData(ClipDataObject* object);
 
-    // Empties the OLE clipboard of the calling thread.
+    // Takes the list that was installed last off the clipboard, if it is still there: nobody's newer copy is emptied.
+    // From any thread, which must hold no lock: the emptying waits for the thread that serves the data object.
     void resetOleclipboard();
 
-    // The same, but only while the request's data object is what the clipboard holds: nobody's newer copy is emptied.
+    // The same with the request's list.
     void resetOleclipboardOf(const FileRequest& request);
 
 private:
@@ -108,6 +109,7 @@ private:
     InstalledList noteInstalled(InstalledList list);
     InstalledList installedList() const;
     bool isOnClipboard(const FileRequest& request) const;
+    void takeOff(const FileRequest& request, const char* line);
     std::shared_ptr<FileRequest> currentRequest() const;
     bool forgetRequest(const std::shared_ptr<FileRequest>& request);
     void noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request);

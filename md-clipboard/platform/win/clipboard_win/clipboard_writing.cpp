@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "clipboard_win/clipboard_impl.h"
+#include "clipboard_win/list_removal.h"
 #include "data_object/clip_data_object.h"
 #include "data_object/data_lock.h"
 #include "data_object/standing_lists.h"
@@ -235,10 +236,24 @@ bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
            GetClipboardOwner() == installed.owner;
 }
 
+void ClipboardImpl::resetOleclipboard()
+{
+    if (const std::shared_ptr<FileRequest> request = installedList().request.lock())
+        resetOleclipboardOf(*request);
+}
+
 void ClipboardImpl::resetOleclipboardOf(const FileRequest& request)
 {
-    if (isOnClipboard(request))
-        resetOleclipboard();
+    takeOff(request, "clear OLE Clipboard\n");
+}
+
+void ClipboardImpl::takeOff(const FileRequest& request, const char* line)
+{
+    ListRemoval removal([&] { return isOnClipboard(request); });
+    if (!removal.isPossible())
+        return;
+    CLIP_LOG(kLogInfo, "%s", line);
+    removal.empty();
 }
 
 void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
@@ -260,15 +275,8 @@ void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
     request->NotifyFileTransferFailed();
     if (!forgetRequest(request))
         return;  // while this waited for a reader somebody else's copy came, or a newer list: it stays
-    if (!DataLockScope::isHeldByThisThread()) {
-        setOleDataObject(nullptr);
-        return;
-    }
-    // From inside an event or a function that is called under a data lock: later, if nothing newer came meanwhile.
-    DataLockScope::runWithoutLock([this, request] {
-        if (isOnClipboard(*request))
-            setOleDataObject(nullptr);
-    });
+    // Later, if this is called from inside an event or a function that is called under a data lock.
+    DataLockScope::runWithoutLock([this, request] { takeOff(*request, "Empty OLE Clipboard data\n"); });
 }
 
 void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
