@@ -67,7 +67,7 @@ public:
     ClipboardListener(const ClipboardListener& other);
     ClipboardListener& operator=(const ClipboardListener& other);
 
-    /// A clipboard change was detected.
+    /// A clipboard change was detected. The library's own placeholder is none (see Clipboard::SetClipboardData).
     /// @param formats what the host may fetch with Clipboard::GetClipboardData; empty after every change that offers
     ///        nothing for the guest, such as a copied text
     virtual void OnClipboardFormats(const std::vector<ClipboardFormat>& formats) = 0;
@@ -161,6 +161,12 @@ public:
     /// that calls SetClipboardData. The target record tells the directory in `root`, without a separator at its end; a
     /// drive root comes as `D:`. A placeholder that lands again is told again. Reports no event.
     ///
+    /// The placeholder is no copy of the user's: the first look at the clipboard after it is set counts as a look at
+    /// the placeholder. What the user copies before that look is taken for the placeholder too and is not reported;
+    /// the next copy is. The look comes after some milliseconds, later while OnClipboardFormats or the thread of Init
+    /// is busy, and for a list that was set before Init up to two seconds after Init. A host that must miss nothing
+    /// waits that long and then asks GetClipboardData, which reads the clipboard whoever wrote it.
+    ///
     /// Not from inside a paste: the record's other functions and the events of a paste (see ClipboardListener) must not
     /// call it; it returns false there.
     /// @param format ClipboardFormat::FileLazy for the placeholder route; anything else for the streamed route
@@ -178,12 +184,18 @@ public:
     /// all files in it, not those in its folders, each time a list is set: it must be the host's own.
     /// @param cacheDirectory UTF-8, absolute, with a separator at its end: nothing is appended, and placeholders would
     ///        land beside it. With forward slashes its parent folders are made where they are missing.
+    ///        The library knows the directory by its text, so it needs the spelling that the system reports: long names
+    ///        in the letter case of the disk, no `\\?\`, no junction and no second drive letter. In another spelling the
+    ///        making of a placeholder can count as its landing, which removes it. ASCII only, unless the program's
+    ///        manifest makes UTF-8 the active code page: slices would lie in a directory of another name.
     /// @return whether the drives could be listed
     virtual bool InitFileLazyRenderer(std::string cacheDirectory) = 0;
 
-    /// The host's report that a transfer failed. Takes the list off the clipboard and ends its stream; waits for a read
-    /// that runs on another thread, which can be 30 seconds. May be called from inside the host's own functions and
-    /// events.
+    /// The host's report that a transfer failed. Ends the list's stream and takes the list off the clipboard, unless
+    /// something newer was copied. Waits for a read that runs on another thread, which can be 30 seconds, and for up
+    /// to a second for a program that has the clipboard open. May be called on any thread, whether it joined OLE or
+    /// not, and from inside the host's own functions and events. The record's cancel function may run on a thread of
+    /// the library's while this waits, so the host must hold no lock of its own across this call.
     /// @param fail 1 ends the running transfer; any other value is only logged
     virtual void NotifyFileTransferFailed(std::uint32_t fail) = 0;
 
