@@ -1,4 +1,6 @@
 // The request for a guest's list: asked once, vetoed, failed, cancelled and cut.
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <future>
@@ -50,6 +52,41 @@ TEST_F(FileRequestTest, ASecondRequestDuringTheQuestionIsDeclinedAtOnce)
     EXPECT_TRUE(start());
     EXPECT_FALSE(rejected);
     EXPECT_EQ(mGuest.requested.size(), 1u);
+}
+
+TEST_F(FileRequestTest, OfTwoFirstRequestsAtOnceOneReachesTheHost)
+{
+    std::atomic<int> made{0};
+    std::vector<std::future<void>> requests;
+    {
+        const DataLockScope lock(TestAccess::dataLock(*mRequest));
+        for (int i = 0; i < 2; ++i)
+            requests.push_back(std::async(std::launch::async, [&] { made += start() ? 1 : 0; }));
+        Sleep(100);  // time for both to come this far
+    }
+    for (auto& request : requests)
+        request.get();
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(mGuest.requested.size(), 1u);
+    EXPECT_EQ(mGuest.eventsOf("triggerClipboardFilePaste").size(), 1u);
+}
+
+TEST_F(FileRequestTest, ADeclinedRequestIsLoggedWithItsFileAndTheState)
+{
+    start();
+    RecordingLog::clear();
+    start();
+    mGuest.deliver(0, "0");
+    start();
+    const std::string declined = "File is requesting or finished, dont need start request again!";
+    auto messages = RecordingLog::messages(5);
+    messages.erase(std::remove_if(messages.begin(), messages.end(),
+                                  [&](const std::string& message) {
+                                      return message != declined && message.rfind("startRequestFileData:", 0) != 0;
+                                  }),
+                   messages.end());
+    EXPECT_EQ(messages, (std::vector<std::string>{"startRequestFileData:file0 mRequestFileState:1", declined,
+                                                  "startRequestFileData:file0 mRequestFileState:2", declined}));
 }
 
 TEST_F(FileRequestTest, ARecordWithoutFilesIsNotRequested)

@@ -139,6 +139,26 @@ TEST_F(RequestOrder, AReaderThatWaitsGoesOnWhileTheListenerIsInTheEventOfTheFile
 
 // ---- The cancel ----
 
+// The cancel waits for the release of the lock, which a host that delivers from inside an event puts off.
+TEST_F(RequestOrder, BetweenASilenceAndItsCancelDeliveriesAreDropped)
+{
+    start();
+    addStream();
+    mGuest.listener->duringEvent = [this](const RecordedEvent& event) {
+        if (event.operation != "transferFinish")
+            return;
+        fallSilent(3);
+        mGuest.deliver(1, "0");
+        EXPECT_TRUE(mGuest.cancelled.empty());
+        mGuest.deliver(1, "1");
+    };
+    mGuest.deliver(0, "0123456789");
+    EXPECT_EQ(mGuest.eventsOf("cancelTransfer").size(), 1u);
+    EXPECT_EQ(RecordingLog::count(6, "mClipData is nullptr. maybe use canceled."), 1);
+    EXPECT_EQ(mGuest.cancelled.size(), 1u);
+    EXPECT_EQ(record(1), nullptr);
+}
+
 TEST_F(RequestOrder, ARequestCountsAsRunningUntilTheCancelFunctionHasReturned)
 {
     start();
