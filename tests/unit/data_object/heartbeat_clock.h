@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <thread>
 #include <utility>
 
 #include "support/import_hook.h"
@@ -16,7 +17,7 @@ public:
     {
         sReal = mHook.real();
         sAhead = 0;
-        sDuringNextLook = nullptr;
+        sLookingThread = std::thread::id();
     }
     HeartbeatClock(const HeartbeatClock&) = delete;
     HeartbeatClock& operator=(const HeartbeatClock&) = delete;
@@ -30,13 +31,16 @@ public:
     static void duringNextLook(std::function<void()> function)
     {
         sDuringNextLook = std::move(function);
+        sLookingThread = std::this_thread::get_id();
     }
 
 private:
     static __time64_t look(__time64_t* seconds)
     {
-        if (const auto function = std::exchange(sDuringNextLook, nullptr))
-            function();
+        if (sLookingThread.load() == std::this_thread::get_id()) {
+            sLookingThread = std::thread::id();
+            std::exchange(sDuringNextLook, nullptr)();
+        }
         const __time64_t now = sReal.load()(nullptr) + sAhead;
         if (seconds != nullptr)
             *seconds = now;
@@ -45,7 +49,8 @@ private:
 
     static inline std::atomic<decltype(&_time64)> sReal{nullptr};
     static inline std::atomic<std::int64_t> sAhead{0};
-    static inline thread_local std::function<void()> sDuringNextLook;
+    static inline std::atomic<std::thread::id> sLookingThread{};
+    static inline std::function<void()> sDuringNextLook;  // that thread's
 
     const ImportHook<decltype(&_time64)> mHook{nullptr, "_time64", &look};
 };
