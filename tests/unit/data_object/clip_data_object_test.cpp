@@ -1,6 +1,8 @@
 // The data object on offer from its making to its death, and the pastes between.
 #include "data_object/clip_data_object.h"
 
+#include <future>
+
 #include "clip_data_object_fixture.h"
 #include "heartbeat_clock.h"
 
@@ -243,6 +245,33 @@ TEST_F(ClipDataObjectTest, AnApplicationThatSleepsFourSecondsBetweenTwoReadsHasC
     EXPECT_EQ(mOffer.getContents(1), DV_E_FORMATETC);
 }
 
+TEST_F(ClipDataObjectTest, AnApplicationThatWaitsForASliceIsNotSilentHoweverLongItWaits)
+{
+    const HeartbeatClock clock;
+    ComPtr<IStream> stream;
+    mOffer.getContents(0, &stream);
+    mGuest.deliver(0, "01234");
+    auto reading = std::async(std::launch::async, [&] { return readStream(*stream.Get(), 10); });
+    ASSERT_TRUE(RecordingLog::waitForLine(5, "Wait slice file.. this=", 20000));
+    HeartbeatClock::advance(100);
+    mGuest.deliver(0, "56789");
+    EXPECT_EQ(reading.get().bytes, "0123456789");
+    EXPECT_TRUE(mGuest.cancelled.empty());
+    EXPECT_TRUE(mGuest.eventsOf("cancelTransfer").empty());
+}
+
+TEST_F(ClipDataObjectTest, AStreamThatIsGivenOutAgainHasOneReferenceMoreEachTime)
+{
+    ComPtr<IStream> first;
+    for (const LONG index : {0L, 1L, 2L}) {
+        ComPtr<IStream> stream;
+        ASSERT_EQ(mOffer.getContents(index, &stream), S_OK);
+        first = stream;
+    }
+    mOffer.data.Reset();
+    EXPECT_EQ(first.Detach()->Release(), 0u);
+}
+
 TEST_F(ClipDataObjectTest, ItsDeathDuringATransferCancelsOnceAndRevertsTheStream)
 {
     ComPtr<IStream> stream;
@@ -261,7 +290,9 @@ TEST_F(ClipDataObjectTest, NullPointersAreRefused)
 {
     FORMATETC format = {kContents, nullptr, DVASPECT_CONTENT, 0, TYMED_ISTREAM};
     STGMEDIUM medium;
+    medium.tymed = TYMED_HGLOBAL;
     EXPECT_EQ(mOffer.data->GetData(nullptr, &medium), E_INVALIDARG);
+    EXPECT_EQ(medium.tymed, static_cast<DWORD>(TYMED_NULL));  // an application may free what it finds there
     EXPECT_EQ(mOffer.data->GetData(&format, nullptr), E_INVALIDARG);
     EXPECT_EQ(mOffer.data->QueryGetData(nullptr), E_INVALIDARG);
     EXPECT_EQ(mOffer.data->EnumFormatEtc(DATADIR_GET, nullptr), E_INVALIDARG);
