@@ -192,6 +192,21 @@ TEST_F(DataObjectEnd, DeliveriesAtThatVeryMomentAreTakenOrDropped)
     delivering.get();
 }
 
+// ---- The clipboard ----
+
+TEST_F(DataObjectEnd, AnotherProgramsCopyEndsATransferAndStays)
+{
+    offer();
+    ASSERT_EQ(paste(), S_OK);
+    deliver(0, "01234");
+    copyText();
+    ASSERT_TRUE(waitForDestruction());
+    EXPECT_EQ(mGuest.cancelled, std::vector<std::string>{"file0"});
+    EXPECT_EQ(RecordingLog::count(5, "clear OLE Clipboard\n"), 0);
+    EXPECT_EQ(Journal::shared().find("emptied"), -1);
+    EXPECT_TRUE(IsClipboardFormatAvailable(CF_UNICODETEXT));
+}
+
 // ---- Streams ----
 
 TEST_F(DataObjectEnd, AStreamIsRevertedAndMayBeReleasedLast)
