@@ -295,3 +295,50 @@ TEST_F(FileStreamPauses, TheOtherOperationsWaitForAReadOnAnotherThread)
     EXPECT_EQ(ended, 4);
     EXPECT_TRUE(TestAccess::cancelled(*stream.Get()));
 }
+
+// Only what a read itself leads to goes on without the lock.
+TEST_F(FileStreamPauses, TheReadersThreadWaitsLikeAnyOtherOnceItsReadHasEnded)
+{
+    setUpFile(5, 5);
+    std::promise<void> hasRead;
+    std::promise<void> goOn;
+    auto reader = std::async(std::launch::async, [&] {
+        read(5);
+        hasRead.set_value();
+        goOn.get_future().wait();
+        STATSTG statistics;
+        stream->Stat(&statistics, STATFLAG_NONAME);
+    });
+    hasRead.get_future().wait();
+    std::unique_lock lock(TestAccess::mutex(*stream.Get()));
+    goOn.set_value();
+    EXPECT_EQ(reader.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    lock.unlock();
+    reader.get();
+}
+
+// A report of a failure wakes who waits for a slice, and waits for the reader only then.
+TEST_F(FileStreamPauses, CancelSignalsTheRecordBeforeItWaitsForTheRead)
+{
+    setUpFile(10, 5);
+    expectRead(5, S_OK, contents.substr(0, 5));
+    TransferFile& record = *TestAccess::transferFile(*stream.Get());
+    std::future<std::cv_status> waiter;
+    std::future<void> cancel;
+    transfer->duringLookUp = [&] {
+        std::promise<void> begins;
+        waiter = std::async(std::launch::async, [&] {
+            std::unique_lock<std::mutex> lock(record.mSliceMutex.native());
+            begins.set_value();
+            return record.mSliceReady.wait_for(lock, std::chrono::seconds(20));
+        });
+        begins.get_future().wait();
+        std::unique_lock(record.mSliceMutex).unlock();  // it sleeps now
+        cancel = std::async(std::launch::async, [&] { stream->Cancel(); });
+        EXPECT_EQ(waiter.get(), std::cv_status::no_timeout);
+        EXPECT_FALSE(TestAccess::cancelled(*stream.Get()));
+    };
+    read(5);
+    cancel.get();
+    EXPECT_TRUE(TestAccess::cancelled(*stream.Get()));
+}

@@ -72,6 +72,10 @@ public:
     {
         return stream.mWaitClipboardReadTime;
     }
+    static Mutex& mutex(FileStream& stream)
+    {
+        return stream.mMutex;
+    }
     static const FileTransfer* transfer(const FileStream& stream)
     {
         return stream.mFileTransfer.get();
