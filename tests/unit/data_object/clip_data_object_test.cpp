@@ -286,6 +286,15 @@ TEST_F(ClipDataObjectTest, ItsDeathDuringATransferCancelsOnceAndRevertsTheStream
     EXPECT_EQ(stream.Detach()->Release(), 0u);  // whoever reads has the last reference
 }
 
+TEST_F(ClipDataObjectTest, ItsDeathCancelsWithTheFileThatTheStreamIsOn)
+{
+    mOffer.getContents(0);
+    mGuest.deliver(0, "0123456789");
+    mOffer.getContents(2);
+    mOffer.data.Reset();
+    EXPECT_EQ(mGuest.cancelled, std::vector<std::string>{"file2"});
+}
+
 TEST_F(ClipDataObjectTest, NullPointersAreRefused)
 {
     FORMATETC format = {kContents, nullptr, DVASPECT_CONTENT, 0, TYMED_ISTREAM};
