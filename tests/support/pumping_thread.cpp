@@ -12,7 +12,7 @@ struct Request {
     std::promise<void> done;
 };
 
-void pump()
+void pump(const std::function<void(const MSG&)>& beforeDispatch)
 {
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
@@ -23,6 +23,8 @@ void pump()
             std::promise<void> done = std::move(request->done);
             done.set_value();
         } else {
+            if (beforeDispatch)
+                beforeDispatch(message);
             DispatchMessageW(&message);
         }
     }
@@ -30,15 +32,15 @@ void pump()
 
 }  // namespace
 
-PumpingThread::PumpingThread()
+PumpingThread::PumpingThread(std::function<void(const MSG&)> beforeDispatch)
 {
     std::promise<DWORD> started;
     auto id = started.get_future();
-    mThread = std::thread([&started] {
+    mThread = std::thread([&started, beforeDispatch = std::move(beforeDispatch)] {
         MSG message;
         PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // makes the thread's queue
         started.set_value(GetCurrentThreadId());
-        pump();
+        pump(beforeDispatch);
     });
     mId = id.get();
 }

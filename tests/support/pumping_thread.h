@@ -8,7 +8,8 @@
 
 class PumpingThread {
 public:
-    PumpingThread();
+    // The function sees each message on the thread, before its window does.
+    explicit PumpingThread(std::function<void(const MSG&)> beforeDispatch = {});
     ~PumpingThread();  // leaves the message loop and waits
     PumpingThread(const PumpingThread&) = delete;
     PumpingThread& operator=(const PumpingThread&) = delete;

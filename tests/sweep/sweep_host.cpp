@@ -9,7 +9,6 @@
 #include "sd/clip/clipboard_data.h"
 #include "stress/stress_paster.h"
 #include "support/placeholder_names.h"
-#include "sweep_log.h"
 #include "swept_imports.h"
 
 using namespace sd::clip;
@@ -130,11 +129,16 @@ bool SweepHost::offer(const std::shared_ptr<GuestList>& list)
     return taken;
 }
 
+// Changes that follow one another at once are looked at as one, which counts as the library's own: a copy comes once
+// the library has seen its own write.
 bool SweepHost::offerLazily(const std::shared_ptr<LazyList>& list)
 {
     bool taken = false;
+    const int before = SweepLog::ownWrites();
     mHostThread.run(
         [&] { taken = mClipboard->SetClipboardData(ClipboardFormat::FileLazy, list->makeRecord({"report.txt"})); });
+    if (taken)
+        waitUntil([before] { return SweepLog::ownWrites() > before; });
     return taken;
 }
 
@@ -159,18 +163,15 @@ void SweepHost::removeCache() const
 void SweepHost::awaitQuiet() const
 {
     constexpr int kQuietPauses = 3;
-    constexpr int kLongest = 10000;  // milliseconds
     int pauses = 0;
     int detections = -1;
-    waitUntil(
-        [&] {
-            mWindowThread.run([] {});
-            const bool isQuiet = SweepLog::runningDetections() == 0 && SweepLog::detections() == detections;
-            detections = SweepLog::detections();
-            pauses = isQuiet ? pauses + 1 : 0;
-            return pauses == kQuietPauses;
-        },
-        kLongest);
+    waitUntil([&] {
+        mWindowThread.run([] {});
+        const bool isQuiet = SweepLog::isLastChangeSeen() && SweepLog::detections() == detections;
+        detections = SweepLog::detections();
+        pauses = isQuiet ? pauses + 1 : 0;
+        return pauses == kQuietPauses;
+    });
 }
 
 void SweepHost::calmDown()

@@ -20,6 +20,7 @@
 #include "support/recording_listener.h"
 #include "support/temporary_folder.h"
 #include "sweep_clock.h"
+#include "sweep_log.h"
 #include "system/guest_list.h"
 #include "system/lazy_test.h"
 
@@ -92,7 +93,10 @@ private:
     TemporaryFolder mFolder;
     DriveFolder mOther{L'D'};
     std::string mCache;
-    PumpingThread mWindowThread;
+    PumpingThread mWindowThread{[](const MSG& message) {
+        if (message.message == WM_CLIPBOARDUPDATE)
+            SweepLog::noteChange();
+    }};
     PumpingThread mHostThread;  // joined OLE
     CopyingProgram mCopying;
     PumpingThread mPasteThread;  // joined OLE

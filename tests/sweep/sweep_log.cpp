@@ -26,6 +26,8 @@ Lines& shared()
 
 std::atomic<int> gBegun{0};
 std::atomic<int> gEnded{0};
+std::atomic<int> gBegunBeforeChange{-1};  // none is awaited before the first change
+std::atomic<int> gOwnWrites{0};
 std::atomic<int> gLiveObjects{0};
 std::atomic<int> gKeptObjects{0};
 
@@ -42,6 +44,8 @@ void countLine(const char* message)
         --gLiveObjects;
     else if (beginsWith(message, "OleSetClipboard return"))
         ++gKeptObjects;
+    else if (std::strcmp(message, "Sync clipboard to client begin.") == 0)
+        SweepLog::noteChange();  // the first report is on its way
     else if (beginsWith(message, "Consume file lazy renderer copy"))
         ++gBegun;
     else if (beginsWith(message, "File clipboard lazy renderer is ready, skip") ||
@@ -69,6 +73,8 @@ void keepLine(int /*module*/, int level, const char* /*tag*/, const char* format
         all.formats.push_back(std::to_string(level) + " " + shownFormat);
     }
     countLine(shownFormat);
+    if (std::strstr(line, " Consume file lazy renderer copy 1") != nullptr)
+        ++gOwnWrites;
 }
 
 }  // namespace
@@ -100,12 +106,27 @@ std::vector<std::string> SweepLog::formats()
     return all.formats;
 }
 
-bool SweepLog::has(const std::string& text)
+int SweepLog::count(const std::string& text)
 {
     Lines& all = shared();
     const std::lock_guard<std::mutex> lock(all.mutex);
-    return std::any_of(all.lines.begin(), all.lines.end(),
-                       [&text](const std::string& line) { return line.find(text) != std::string::npos; });
+    return static_cast<int>(std::count_if(all.lines.begin(), all.lines.end(), [&text](const std::string& line) {
+        return line.find(text) != std::string::npos;
+    }));
+}
+
+bool SweepLog::has(const std::string& text)
+{
+    return count(text) > 0;
+}
+
+// The window thread calls it, and the thread of the first report: the later of both counts.
+void SweepLog::noteChange()
+{
+    const int begun = gBegun;
+    int before = gBegunBeforeChange;
+    while (before < begun && !gBegunBeforeChange.compare_exchange_weak(before, begun)) {
+    }
 }
 
 void SweepLog::noteReport()
@@ -118,9 +139,15 @@ int SweepLog::detections()
     return gBegun;
 }
 
-int SweepLog::runningDetections()
+// While a loaded machine has not let the worker begin, nothing runs and nothing has been seen.
+bool SweepLog::isLastChangeSeen()
 {
-    return gBegun - gEnded;
+    return gBegun > gBegunBeforeChange && gBegun == gEnded;
+}
+
+int SweepLog::ownWrites()
+{
+    return gOwnWrites;
 }
 
 int SweepLog::liveObjects()

@@ -18,15 +18,21 @@ public:
     // The level and the message as it stands in the sources.
     static std::vector<std::string> formats();
 
-    // Whether some line has the text in it.
+    // How many lines have the text in them, and whether some line has it.
+    static int count(const std::string& text);
     static bool has(const std::string& text);
+
+    // To be called when the engine hears of a change, before its worker is told.
+    static void noteChange();
 
     // To be called at the end of each report of formats, which ends a detection.
     static void noteReport();
 
-    // Detections of the engine's worker: how many have begun, and how many of them have not ended.
+    // Detections of the engine's worker: how many have begun; whether one has begun after the last change, and none
+    // runs; how many took the library's own write for what it is.
     static int detections();
-    static int runningDetections();
+    static bool isLastChangeSeen();
+    static int ownWrites();
 
     // Data objects that have not died, and those of a failed OleSetClipboard, which are kept by decision and not among
     // them.
