@@ -16,7 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPause = 5;  // milliseconds
 constexpr std::uint32_t kFailed = 1;
 constexpr std::size_t kLargeSize = 1200000;  // two slices
 
@@ -56,7 +55,6 @@ SweepHost::SweepHost()
 
 void SweepHost::start()
 {
-    constexpr int kLongestStart = 3000;  // milliseconds
     if (mClipboard == nullptr)
         mClipboard = Clipboard::Get();
     if (mClipboard == nullptr)
@@ -68,16 +66,23 @@ void SweepHost::start()
         mClipboard->Init();
     });
     mClipboard->InitFileLazyRenderer(mCache);
-    if (SweepLog::has(" Init end."))
-        waitUntil([] { return SweepLog::has("Sync clipboard to client end."); }, kLongestStart);
-    std::size_t lines = 0;
-    waitUntil(
-        [&lines] {
-            Sleep(10 * kPause);
-            return std::exchange(lines, SweepLog::lines().size()) == SweepLog::lines().size();
-        },
-        kLongestStart);
+    waitUntil([] { return SweepLog::count("Sync clipboard to client end.") >= SweepLog::count(" Init end."); });
+    awaitWatchers();
     awaitQuiet();
+}
+
+// Until each waits in a read, or has told why it never will.
+void SweepHost::awaitWatchers() const
+{
+    static constexpr const char* kGivenUp[] = {"Drive can't be watched: ", "Volume Name: Could not determine",
+                                               "Failed to create file - ", "Failed to create event ",
+                                               "Failed to monitor drive directory changes - "};
+    waitUntil([this] {
+        int settled = mReads.countWaitingWatchers();
+        for (const char* const line : kGivenUp)
+            settled += SweepLog::count(line);
+        return settled >= SweepLog::count("Start watching drive ");
+    });
 }
 
 bool SweepHost::waitForWatchers() const
@@ -228,7 +233,7 @@ void SweepHost::tryPaste(std::vector<std::string>& problems)
 // came at once, so one landing may go unseen.
 void SweepHost::tryLanding(std::vector<std::string>& problems)
 {
-    constexpr int kAttempts = 3;
+    constexpr int kAttempts = 10;
     constexpr int kLongestLanding = 1500;  // milliseconds
     const auto list = std::make_shared<LazyList>();
     if (!offerLazily(list))

@@ -75,6 +75,7 @@ public:
 
 private:
     SweepHost();
+    void awaitWatchers() const;
     void tryCopy(std::vector<std::string>& problems);
     void tryPaste(std::vector<std::string>& problems);
     void tryLanding(std::vector<std::string>& problems);

@@ -155,6 +155,14 @@ bool LazyReads::waitForWatcher(wchar_t drive) const
     });
 }
 
+int LazyReads::countWaitingWatchers() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return static_cast<int>(std::count_if(mWatchers.begin(), mWatchers.end(), [](const auto& entry) {
+        return entry.second.readsBegun > entry.second.readsDone;
+    }));
+}
+
 std::optional<NoticedFile> LazyReads::find(const std::wstring& path) const
 {
     const std::lock_guard<std::mutex> lock(mMutex);

@@ -31,6 +31,9 @@ public:
     // Until the drive's watcher waits in a read.
     bool waitForWatcher(wchar_t drive) const;
 
+    // How many watchers wait in a read.
+    int countWaitingWatchers() const;
+
     // The last such record of the path, which is like "D:\folder\name".
     std::optional<NoticedFile> find(const std::wstring& path) const;
     void forget(const std::wstring& path);
