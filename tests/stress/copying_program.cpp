@@ -39,7 +39,7 @@ bool CopyingProgram::emptyClipboard()
 
 bool CopyingProgram::copy(const std::function<void()>& put)
 {
-    constexpr int kLongestOpen = 5000;  // milliseconds
+    constexpr int kLongestOpen = 30000;  // milliseconds
     return waitUntil(
         [&] {
             bool isOpen = false;

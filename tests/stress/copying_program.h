@@ -19,7 +19,7 @@ public:
     CopyingProgram(const CopyingProgram&) = delete;
     CopyingProgram& operator=(const CopyingProgram&) = delete;
 
-    // Each is false if the clipboard stays busy for seconds.
+    // Each is false if the clipboard stays busy for half a minute.
     bool copyFiles(const std::vector<std::wstring>& paths);
     bool copyText();
     bool emptyClipboard();

@@ -42,9 +42,9 @@ public:
     std::thread::id threadOfLastReport() const;
 
     // Waits until there are that many reports.
-    bool waitForReports(std::size_t count, int milliseconds = 10000) const;
+    bool waitForReports(std::size_t count, int milliseconds = 30000) const;
     // Waits until a report from the given one on lists files.
-    bool waitForFiles(std::size_t firstReport = 0, int milliseconds = 10000) const;
+    bool waitForFiles(std::size_t firstReport = 0, int milliseconds = 30000) const;
     void clear();
 
 private:

@@ -14,6 +14,7 @@
 #include "support/journal.h"
 #include "support/recording_log.h"
 #include "support/test_roles.h"
+#include "support/test_watchdog.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ class FreshRecordings : public testing::EmptyTestEventListener {
     {
         RecordingLog::clear();
         Journal::shared().clear();
-        gTestBegan = nowInMilliseconds();
+        noteTestProgress();
     }
 };
 
@@ -55,6 +56,11 @@ void watch()
 }
 
 }  // namespace
+
+void noteTestProgress()
+{
+    gTestBegan = nowInMilliseconds();
+}
 
 int main(int argc, char** argv)
 {

@@ -7,13 +7,15 @@
 #include <sstream>
 
 #include "support/child_process.h"
+#include "support/test_watchdog.h"
 #include "sweep_plan.h"
 #include "swept_imports.h"
 
 namespace {
 
-constexpr int kLongestFault = 60000;  // milliseconds; the waits that the library may make are shortened
-constexpr int kLongestCount = 60000;  // milliseconds
+// Milliseconds, behind the child's own; less than the watchdog gives a test, which begins anew with each line.
+constexpr int kLongestFault = 100000;
+constexpr int kLongestCount = 100000;
 
 std::string describe(const Fault& fault)
 {
@@ -78,6 +80,7 @@ void FaultSweep::count()
 
 void FaultSweep::countInChild()
 {
+    noteTestProgress();
     ChildProcess child = ChildProcess::inRole(L"count");
     if (child.waitForExit(kLongestCount) != 0)
         fail("counting ends badly: " + child.output());
@@ -163,6 +166,7 @@ std::size_t FaultSweep::sweepFrom(std::size_t begin)
         held += std::to_wstring(number) + L" ";
     ChildProcess child =
         ChildProcess::inRole(L"run", {widen(mPlanPath), std::to_wstring(begin), std::to_wstring(end), held});
+    noteTestProgress();
     mNext = begin;
     std::size_t position = 0;
     ULONGLONG lastProgress = GetTickCount64();
@@ -170,6 +174,7 @@ std::size_t FaultSweep::sweepFrom(std::size_t begin)
         running = child.running();
         for (const std::string& line : takeLines(child.output(), position)) {
             lastProgress = GetTickCount64();
+            noteTestProgress();
             note(line);
         }
         if (running && GetTickCount64() - lastProgress > kLongestFault) {

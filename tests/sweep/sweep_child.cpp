@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kCountedRuns = 3;
 constexpr int kExitHanging = 97;
-constexpr ULONGLONG kLongestRun = 10000;  // milliseconds; the library's longest waits are shortened
+constexpr ULONGLONG kLongestRun = 30000;  // milliseconds; the library's longest waits are shortened
 
 // A line at once: the process may be about to end.
 template <class... Parts>
@@ -58,7 +58,7 @@ std::atomic<ULONGLONG> gTryBegan{0};
 // Shows what was logged in a try that hangs, and ends the process.
 void watchForHang()
 {
-    constexpr ULONGLONG kLongest = 40000;  // milliseconds; the waits that the library may make are shortened
+    constexpr ULONGLONG kLongest = 80000;  // milliseconds; the waits that the library may make are shortened
     for (;;) {
         Sleep(500);
         const ULONGLONG began = gTryBegan;
