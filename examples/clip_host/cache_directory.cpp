@@ -18,6 +18,17 @@ std::string findOwnFolder()
     return toUtf8(program.substr(0, program.rfind(L'\\')));
 }
 
+/// @param path as the command line names it
+/// @return the same without the prefix of long paths, which the system does not report
+std::string removeLongPathPrefix(const std::string& path)
+{
+    const std::string prefix = R"(\\?\)";
+    const std::string sharePrefix = R"(\\?\UNC\)";
+    if (path.rfind(sharePrefix, 0) == 0)
+        return R"(\\)" + path.substr(sharePrefix.size());
+    return path.rfind(prefix, 0) == 0 ? path.substr(prefix.size()) : path;
+}
+
 /// @param path full, of something that exists
 /// @return the same in the letters in which it stands on the disk, and with long names for short ones
 std::filesystem::path findSystemSpelling(const std::filesystem::path& path)
@@ -40,7 +51,9 @@ std::filesystem::path findSystemSpelling(const std::filesystem::path& path)
 
 std::string chooseCacheDirectory(const std::string& asked)
 {
-    std::string directory = asked.empty() ? findOwnFolder() + "\\cache" : asked;
+    std::string directory = removeLongPathPrefix(asked);
+    if (directory.empty())
+        directory = findOwnFolder() + "\\cache";
     std::replace(directory.begin(), directory.end(), '\\', '/');
     return directory.back() == '/' ? directory : directory + '/';
 }

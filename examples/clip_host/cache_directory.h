@@ -3,7 +3,8 @@
 #include <string>
 
 /// @param asked the directory that the command line names; empty: the folder "cache" beside this program
-/// @return the directory as the library takes it: forward slashes, and one at the end, since it adds none
+/// @return the directory as the library takes it: forward slashes, and one at the end, since it adds none; without the
+///         prefix of long paths
 std::string chooseCacheDirectory(const std::string& asked);
 
 /// The same for placeholders. The library removes all files from the directory before each placeholder, so it is a
