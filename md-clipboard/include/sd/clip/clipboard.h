@@ -185,8 +185,8 @@ public:
     /// @param cacheDirectory UTF-8, absolute, with a separator at its end: nothing is appended, and placeholders would
     ///        land beside it. With forward slashes its parent folders are made where they are missing.
     ///        The library knows the directory by its text, so it needs the spelling that the system reports: long names
-    ///        in the letter case of the disk, no `\\?\`, no junction and no second drive letter. In another spelling the
-    ///        making of a placeholder can count as its landing, which removes it. ASCII only, unless the program's
+    ///        in the letter case of the disk, no `\\?\`, no junction and no second drive letter. In another spelling
+    ///        the making of a placeholder can count as its landing, which removes it. ASCII only, unless the program's
     ///        manifest makes UTF-8 the active code page: slices would lie in a directory of another name.
     /// @return whether the drives could be listed
     virtual bool InitFileLazyRenderer(std::string cacheDirectory) = 0;
