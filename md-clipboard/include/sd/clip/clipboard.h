@@ -181,7 +181,8 @@ public:
     /// Stores the cache directory, for both routes, and starts the placeholder route: at the first call one thread for
     /// each drive begins to watch for placeholders, until the process ends. A later call only changes the directory.
     /// The streamed route writes what arrives into files there and never removes them. The placeholder route deletes
-    /// all files in it, not those in its folders, each time a list is set: it must be the host's own.
+    /// all files in it, not those in its folders, each time a list is set, also when it refuses the list late: the
+    /// directory must be the host's own. It spares the files of a streamed list that some application may still read.
     /// @param cacheDirectory UTF-8, absolute, with a separator at its end: nothing is appended, and placeholders would
     ///        land beside it. With forward slashes its parent folders are made where they are missing.
     ///        The library knows the directory by its text, so it needs the spelling that the system reports: long names
