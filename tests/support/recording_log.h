@@ -46,7 +46,7 @@ public:
     static LogLine firstLine(int level, const std::string& beginning);
 
     // Waits up to the given time for a line of that level that begins with the text.
-    static bool waitForLine(int level, const std::string& beginning, int milliseconds = 5000);
+    static bool waitForLine(int level, const std::string& beginning, int milliseconds = 30000);
 
     // For programs that load the DLL: what its import of lumoraLogPrint is replaced by.
     static void* function();

@@ -248,7 +248,7 @@ TEST_F(HostCallbacks, TheCallbackOfALandingMayCallBackReportAndSetTheNextList)
     const auto list = arm({"first.txt"}, [&](const Landing&) {
         callWhatIsAllowed();
         mHost.clipboard().NotifyFileLazyRenderingComplete(0);
-        taken = mHost.clipboard().SetClipboardData(ClipboardFormat::FileLazy, next->makeRecord({"second.txt"}));
+        taken = offerLazily(next, {"second.txt"});
         return 0;
     });
     landIn(mFolder.path());

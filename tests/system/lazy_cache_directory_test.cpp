@@ -162,13 +162,10 @@ TEST_F(LazyCacheDirectory, ThatIsTheRootOfADriveIsNeverCleaned)
     for (const wchar_t* root : {L"D:\\", L"D:", L"d:/", L"\\\\?\\D:\\", L"D:\\no\\..\\"}) {
         useCache(root);
         const auto list = std::make_shared<LazyList>();
-        const bool taken = offerLazily(list, {"report.txt"});
+        offerLazily(list, {"report.txt"});  // some of them can hold a placeholder
         EXPECT_EQ(RecordingLog::count(7, "Failed to get the first file in the directory. Error: 123"), 1)
             << toUtf8(root);
         EXPECT_TRUE(fileExists(marker)) << toUtf8(root);
-        // Some of them can hold a placeholder.
-        if (taken)
-            RecordingLog::waitForLine(5, "File clipboard lazy renderer is ready, skip onDetectCopy");
     }
     DeleteFileW(marker.c_str());
     WIN32_FIND_DATAW found;

@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kOwnChange = "File clipboard lazy renderer is ready, skip onDetectCopy";
+constexpr const char* kOwnWrite = "Consume file lazy renderer copy 1";
 constexpr wchar_t kDrives[] = {L'C', L'D'};
 
 std::wstring uniqueName(const wchar_t* kind)
@@ -136,7 +137,12 @@ LazyTest::LazyTest()
 
 bool LazyTest::offerLazily(const std::shared_ptr<LazyList>& list, const std::vector<std::string>& fileNames)
 {
-    return mHost.clipboard().SetClipboardData(ClipboardFormat::FileLazy, list->makeRecord(fileNames));
+    const int before = RecordingLog::count(5, kOwnWrite);
+    const bool taken = mHost.clipboard().SetClipboardData(ClipboardFormat::FileLazy, list->makeRecord(fileNames));
+    if (taken) {
+        EXPECT_TRUE(waitUntil([before] { return RecordingLog::count(5, kOwnWrite) > before; }));
+    }
+    return taken;
 }
 
 std::shared_ptr<LazyList> LazyTest::arm(const std::vector<std::string>& fileNames,

@@ -66,10 +66,11 @@ class LazyTest : protected WatchedReads, public PasteTest {
 protected:
     LazyTest();
 
-    // Offers a list. @return whether it was taken
+    // Offers a list, and waits until the library has recognised its own write: a copy before that would count as its
+    // own, too. @return whether the list was taken
     bool offerLazily(const std::shared_ptr<LazyList>& list, const std::vector<std::string>& fileNames);
 
-    // The same, for lists that must be taken; then waits until the library has recognised its own write.
+    // The same, for lists that must be taken.
     std::shared_ptr<LazyList> arm(const std::vector<std::string>& fileNames = {"report.txt"},
                                   std::function<int(const Landing&)> duringLanding = {});
 
