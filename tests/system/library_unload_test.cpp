@@ -42,7 +42,7 @@ const TestRole used("unload-used", [](const std::vector<std::string>&) {
 
 DWORD exitCodeOf(const std::wstring& role)
 {
-    return ChildProcess::inRole(role).waitForExit(10000);
+    return ChildProcess::inRole(role).waitForExit(60000);
 }
 
 }  // namespace

@@ -268,7 +268,7 @@ TEST_F(TransferDataSink, CutWaitsForADeliveryThatIsBeingTaken)
     auto cut = std::async(std::launch::async, [this] { mRequest->Cut(); });
     EXPECT_EQ(cut.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     held.letGo();
-    EXPECT_EQ(cut.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(cut.wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
 TEST_F(TransferDataSink, AskingForALaterFileDoesNotWaitForADelivery)
@@ -276,7 +276,7 @@ TEST_F(TransferDataSink, AskingForALaterFileDoesNotWaitForADelivery)
     start();
     HeldDelivery held(mGuest, 0);
     auto asked = std::async(std::launch::async, [this] { return start(); });
-    EXPECT_EQ(asked.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(asked.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     held.letGo();
     EXPECT_FALSE(asked.get());
 }
@@ -286,7 +286,7 @@ TEST_F(TransferDataSink, AReaderAndTheGatesDoNotWaitForADelivery)
     start();
     HeldDelivery held(mGuest, 0);
     auto asked = std::async(std::launch::async, [this] { return mRequest->IsDataTransfering() ? record(0) : nullptr; });
-    EXPECT_EQ(asked.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(asked.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     held.letGo();
     EXPECT_NE(asked.get(), nullptr);
 }

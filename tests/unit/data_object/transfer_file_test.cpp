@@ -51,7 +51,7 @@ void expectBytes(const ReadResult& result, const std::string& expected)
 
 void expectReadEnds(std::future<ReadResult>& reading, const std::string& expected)
 {
-    ASSERT_EQ(reading.wait_for(seconds(10)), std::future_status::ready);
+    ASSERT_EQ(reading.wait_for(seconds(30)), std::future_status::ready);
     expectBytes(reading.get(), expected);
 }
 

@@ -105,7 +105,7 @@ class ProgramExit : public testing::TestWithParam<std::pair<const wchar_t*, cons
 TEST_P(ProgramExit, KeepsItsCodeAndFindsTheThreadEnded)
 {
     ChildProcess child = ChildProcess::inRole(GetParam().first);
-    EXPECT_EQ(child.waitForExit(15000), static_cast<DWORD>(kExitCode)) << child.output();
+    EXPECT_EQ(child.waitForExit(60000), static_cast<DWORD>(kExitCode)) << child.output();
     EXPECT_NE(child.output().find(GetParam().second), std::string::npos) << child.output();
 }
 

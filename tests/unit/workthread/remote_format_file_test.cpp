@@ -199,7 +199,7 @@ TEST_F(WorkThread, MessagesToWindowsOfTheThreadAreDispatched)
     // A key press becomes a character only if the loop translates it.
     PostMessageW(window, WM_KEYDOWN, 'A', 1);
     auto character = arrived.get_future();
-    ASSERT_EQ(character.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_EQ(character.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(character.get(), static_cast<UINT>('a'));
     run([window] { DestroyWindow(window); });
 }

@@ -63,7 +63,7 @@ public:
     }
     bool begins() const
     {
-        return mState->begun.get_future().wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+        return mState->begun.get_future().wait_for(std::chrono::seconds(30)) == std::future_status::ready;
     }
     void letGo() const
     {
@@ -91,7 +91,7 @@ protected:
     // What became of the job; it must do so soon.
     static FuncExecStatus statusOf(Future& future)
     {
-        if (!future.valid() || future.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+        if (!future.valid() || future.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
             ADD_FAILURE() << "there is no status";
             return FuncExecStatus{};
         }
@@ -108,11 +108,12 @@ protected:
     // message the next, until the queue had the time to empty.
     FuncExecStatus runBehindStaleMessages() const
     {
-        for (int i = 0; i < 100; ++i) {
+        constexpr DWORD kLongestPause = 20000;  // milliseconds
+        for (DWORD pause = 10; pause < kLongestPause; pause *= 2) {
             const FuncExecStatus status = run([] {});
             if (status == FuncExecStatus::Executed)
                 return status;
-            Sleep(10);
+            Sleep(pause);
         }
         return FuncExecStatus::Discarded;
     }
@@ -127,7 +128,7 @@ protected:
     }
     bool threadEnds() const
     {
-        return WaitForSingleObject(threadHandle(), 10000) == WAIT_OBJECT_0;
+        return WaitForSingleObject(threadHandle(), 30000) == WAIT_OBJECT_0;
     }
 
     std::unique_ptr<RemoteFormatFile> mFile = std::make_unique<RemoteFormatFile>();
