@@ -112,7 +112,7 @@ private:
     void readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
     void giveUpWaiting(std::uint32_t* count);
 
-    SliceClaim mClaim;  // safe by itself
+    SliceClaim mClaim;                  // safe by itself
     std::exception_ptr mReportFailure;  // the reader's: null, mostly
 };
 
