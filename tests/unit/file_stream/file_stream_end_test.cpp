@@ -1,6 +1,8 @@
 // What a stream still gives, and what it keeps open, when its transfer has ended or its slices are another list's.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
 #include "support/import_hook.h"
@@ -47,7 +49,7 @@ TEST_F(FileStreamEnd, ASliceThatWentWithTheDataObjectIsNoEndOfTheFile)
     setUpFile(10, 5);
     expectRead(5, S_OK, contents.substr(0, 5));
     transfer->duringLookUp = [&] {
-        stream->Disconnect();
+        std::thread([&] { stream->Disconnect(); }).join();
         EXPECT_TRUE(DeleteFileA(slices[1].c_str()));
     };
     const ReadResult found = read(5);

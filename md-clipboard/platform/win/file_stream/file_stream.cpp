@@ -279,6 +279,8 @@ void FileStream::onFileTransferData(const ClipfileDescription& /*description*/, 
 
 void FileStream::Disconnect()
 {
+    if (!isReadingHere())
+        mDiedOutsideRead = true;
     mDisconnected = true;
     closeReaderIfEnded();
 }

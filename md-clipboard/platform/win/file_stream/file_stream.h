@@ -164,6 +164,7 @@ private:
     mutable Mutex mDescriptionMutex CLIP_ACQUIRED_AFTER(mMutex);  // a leaf: nothing is called under it
     bool mStartsAnew CLIP_GUARDED_BY(mMutex) = true;              // the next Read begins its file with the first byte
     std::atomic<bool> mDisconnected{false};                       // the data object is gone
+    std::atomic<bool> mDiedOutsideRead{false};                    // and not by what the reading thread did inside Read
     std::atomic<std::thread::id> mReadingThread{};                // who is inside Read and so holds mMutex
 };
 

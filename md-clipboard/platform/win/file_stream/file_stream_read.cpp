@@ -84,14 +84,17 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
     if (std::exchange(mStartsAnew, false))
         file->Restart();
     std::uint32_t count = 0;
-    if (!file->Read(buffer, length, &count)) {
+    const bool isReady = file->Read(buffer, length, &count);
+    // Without the data object no bytes are no end of the file: the slice may have been cleaned away, or the host may
+    // deliver no more. An object that dies of this very read, below or in the report, ends as a wait in vain.
+    const bool diedMeanwhile = mDiedOutsideRead && count == 0;
+    if (!isReady) {
         CLIP_LOG(kLogError, "Read file conntext fail. Cancel remote transfer");
         if (!mDisconnected)
             mFileTransfer->CancelRemoteTransfer();
         file->RethrowReportFailure();
     }
-    // No bytes may also mean a slice that was deleted after the data object had died.
-    if (isTaken(*file) || (mDisconnected && count == 0))
+    if (diedMeanwhile || isTaken(*file))
         return STG_E_REVERTED;
     copied = count;
     noteReadActivity();
