@@ -119,9 +119,19 @@ HRESULT callWhileBusy(const Call& call)
     return result;
 }
 
+/// Under Wine another program that opens the clipboard takes it over in the middle of the question, and the answer is
+/// no. So it is asked some times more.
 bool isOffered(IDataObject& data, FORMATETC format)
 {
-    return callWhileBusy([&] { return data.QueryGetData(&format); }) == S_OK;
+    constexpr int kMostQuestions = 10;
+    constexpr DWORD kPauseMilliseconds = 30;
+    for (int question = 1;; ++question) {
+        if (callWhileBusy([&] { return data.QueryGetData(&format); }) == S_OK)
+            return true;
+        if (question == kMostQuestions)
+            return false;
+        Sleep(kPauseMilliseconds);
+    }
 }
 
 /// @param medium new; a call that failed leaves nothing in it

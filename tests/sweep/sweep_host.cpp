@@ -210,7 +210,9 @@ void SweepHost::tryCopy(std::vector<std::string>& problems)
     if (!copyFiles() || !mListener->waitForFiles())
         problems.emplace_back("the next copy is not reported");
     awaitQuiet();
-    const std::size_t count = receiveFiles();
+    // Under Wine a detection that is still looking takes the clipboard away from a reader.
+    std::size_t count = 0;
+    waitUntil([&] { return (count = receiveFiles()) == kCopiedFiles; });
     if (count != kCopiedFiles)
         problems.push_back("the next copy has " + std::to_string(count) + " files");
 }

@@ -122,7 +122,7 @@ protected:
     // A listener that shows the dialog in that event, once.
     std::shared_ptr<RecordingListener> showDialogDuring(const std::string& operation)
     {
-        const auto listener = std::make_shared<RecordingListener>();
+        auto listener = std::make_shared<RecordingListener>();
         listener->duringEvent = [this, operation](const RecordedEvent& event) {
             if (event.operation == operation)
                 mDialog.show();

@@ -86,7 +86,7 @@ TEST_F(OpenSlices, ACancelDoesNotWaitForARequestWhichClosesTheSlicesItself)
     std::promise<void> inside;
     std::promise<void> go;
     mGuest.record->SetFileFuncs(
-        [&](const ClipfileDescription&, FileDataRequestCallback) {
+        [&](const ClipfileDescription&, const FileDataRequestCallback&) {
             inside.set_value();
             go.get_future().wait();
             return std::string();

@@ -100,6 +100,7 @@ void TransferFile::CloseSlice(const std::string& path)
     ++mSliceCount;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the stream that the record owns
 void TransferFile::AbandonSlice()
 {
     if (mSliceWriter->is_open())
