@@ -1,6 +1,7 @@
 // What a stream still gives, and what it keeps open, when its transfer has ended or its slices are another list's.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 
 #include "file_stream/read_heartbeat.h"
@@ -53,6 +54,29 @@ TEST_F(FileStreamEnd, ASliceThatWentWithTheDataObjectIsNoEndOfTheFile)
         EXPECT_TRUE(DeleteFileA(slices[1].c_str()));
     };
     const ReadResult found = read(5);
+    EXPECT_EQ(found.result, STG_E_REVERTED);
+    EXPECT_EQ(found.count, 0u);
+}
+
+// It has passed the first look, and the end closes the slice that it was in the middle of.
+TEST_F(FileStreamEnd, AReadThatWaitedForTheLockMeanwhileIsReverted)
+{
+    setUpFile(10, 5);
+    expectRead(2, S_OK, contents.substr(0, 2));
+    gReadState = ReadState::kBetweenReads;
+    ReadResult found;
+    std::thread reader;
+    std::thread end;
+    {
+        const LockScope held(TestAccess::mutex(*stream.Get()));
+        reader = std::thread([&] { found = read(5); });
+        while (gReadState != ReadState::kInRead)
+            std::this_thread::yield();
+        end = std::thread([&] { stream->Disconnect(); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));  // until both want the lock
+    }
+    reader.join();
+    end.join();
     EXPECT_EQ(found.result, STG_E_REVERTED);
     EXPECT_EQ(found.count, 0u);
 }

@@ -28,6 +28,10 @@ namespace sd::clip {
 
 class TestAccess {
 public:
+    static Mutex& mutex(FileStream& stream)
+    {
+        return stream.mMutex;
+    }
     static std::string& filePath(FileStream& stream)
     {
         return stream.mFilePath;
@@ -71,10 +75,6 @@ public:
     static std::uint64_t waitTime(const FileStream& stream)
     {
         return stream.mWaitClipboardReadTime;
-    }
-    static Mutex& mutex(FileStream& stream)
-    {
-        return stream.mMutex;
     }
     static const FileTransfer* transfer(const FileStream& stream)
     {

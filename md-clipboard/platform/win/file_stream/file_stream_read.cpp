@@ -69,6 +69,8 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
 {
     const StreamLockScope lock(mMutex, isReadingHere());
     const ReadingMark mark(mReadingThread);
+    if (mCancelled || mDisconnected)
+        return STG_E_REVERTED;  // it ended before this Read had the lock, and its slice is closed
     TransferFile* const file = waitForTransferFile();
     if (!file && mDisconnected)
         return STG_E_REVERTED;
@@ -86,7 +88,7 @@ HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
     std::uint32_t count = 0;
     const bool isReady = file->Read(buffer, length, &count);
     // Without the data object no bytes are no end of the file: the slice may have been cleaned away, or the host may
-    // deliver no more. An object that dies of this very read, below or in the report, ends as a wait in vain.
+    // deliver no more. If what this Read calls ends the object, the Read ends like any wait in vain.
     const bool diedMeanwhile = mDiedOutsideRead && count == 0;
     if (!isReady) {
         CLIP_LOG(kLogError, "Read file conntext fail. Cancel remote transfer");
