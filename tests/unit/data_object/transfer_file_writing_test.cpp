@@ -8,12 +8,18 @@
 #include "data_object/transfer_file.h"
 #include "sample_transfer.h"
 
+#ifdef _WIN32
+#include <io.h>
+
+#include "support/import_hook.h"
+#endif
+
 using sd::clip::MakeSlicePath;
 using sd::clip::TransferFile;
 
 void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
 {
-    ADD_FAILURE() << "nothing is read here";
+    ADD_FAILURE() << "a slice was waited for in vain";
 }
 
 TEST(TransferFileWriting, ANewRecordIsEmpty)
@@ -178,6 +184,56 @@ TEST(TransferFileWriting, AnAbandonedSliceIsClosedAndNoReaderGetsIt)
     EXPECT_EQ(transfer.file.mSliceCount, 0);
     EXPECT_TRUE(transfer.file.mSlices.empty());
 }
+
+// ---- Slices that the disk does not take ----
+
+// Its name may be that of a slice of an earlier list, which somebody keeps from being written.
+TEST(TransferFileWriting, ASliceThatWasNeverOpenedIsReadAsMissing)
+{
+    SampleTransfer transfer(12);
+    const std::string path = transfer.nextPath();
+    std::ofstream(path, std::ios::binary) << "another file";
+    transfer.file.Write(reinterpret_cast<const unsigned char*>("bytes"), 5);
+    transfer.file.CloseSlice(path);
+    transfer.addSlice("more of it");
+    EXPECT_EQ(transfer.read(12).bytes, "");
+    EXPECT_EQ(transfer.read(12).bytes, "more of it");
+}
+
+#ifdef _WIN32
+namespace {
+
+bool gDiskIsFull = false;
+decltype(&_write) gRealWrite = nullptr;
+
+int __cdecl writeUnlessFull(int file, const void* bytes, unsigned int size)
+{
+    return gDiskIsFull ? -1 : gRealWrite(file, bytes, size);
+}
+
+}  // namespace
+
+// The stream would write them at its end, when the slice may be a newer list's.
+TEST(TransferFileWriting, BytesThatTheDiskRefusedAreNotWrittenLater)
+{
+    const ImportHook<decltype(&_write)> hook(nullptr, "_write", &writeUnlessFull);
+    gRealWrite = hook.real();
+    SampleTransfer transfer(1000);
+    const std::string path = transfer.nextPath();
+    transfer.write("first,");
+    gDiskIsFull = true;
+    transfer.write("second,");
+    EXPECT_EQ(transfer.file.Position(), -1);
+    gDiskIsFull = false;
+    EXPECT_FALSE(transfer.file.NeedsOpening());
+    transfer.file.Write(reinterpret_cast<const unsigned char*>("third"), 5);
+    transfer.file.AbandonSlice();
+    EXPECT_EQ(readWholeFile(path), "first,");
+    EXPECT_EQ(transfer.file.mReadySize, 18);
+    transfer.file.CloseSlice(path);
+    EXPECT_TRUE(transfer.file.NeedsOpening());
+}
+#endif
 
 // ---- Two lists with a file of one name ----
 

@@ -25,7 +25,7 @@ void raiseEvent(const char* operation, const char* stage, std::int64_t number, c
 
 // Raises events whose outcome changes nothing of the transfer. What the listener throws first is kept until the work
 // is done.
-class CheckedEvents {
+class EventsInTurn {
 public:
     template <class Raise>
     void raise(Raise raiseIt)
@@ -97,7 +97,7 @@ bool FileRequest::isStalled() const
 void FileRequest::cancelForStall()
 {
     CLIP_LOG(kLogInfo, "User canceled copy action");
-    CheckedEvents events;
+    EventsInTurn events;
     events.raise([] { raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer"); });
     if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
         LockScope state(mStateLock);
@@ -118,7 +118,7 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
 {
     TransferFile& transfer = transferFor(file);
     std::string path;  // made where it is needed only: the hash in it is a good part of what a small delivery costs
-    if (!transfer.mSliceWriter->is_open()) {
+    if (transfer.NeedsOpening()) {
         path = pathOfSlice(transfer);
         // A failure stops nothing here: the sums go on, and the reader finds the slice missing.
         const bool isOpen = transfer.OpenSlice(path);
@@ -144,7 +144,7 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
     CLIP_LOG(kLogInfo, "Download slice:%s finish, filesize=%lld. close this slice. notifySliceReady. transferFile:%p",
              path.c_str(), static_cast<long long>(transfer.mReadySize), static_cast<void*>(&transfer));
     transfer.NotifySliceReady();
-    CheckedEvents events;
+    EventsInTurn events;
     if (transfer.mReadySize == transfer.mFileSize) {
         events.raise([&transfer] {
             raiseEvent(

@@ -69,6 +69,7 @@ bool TransferFile::OpenSlice(const std::string& path)
     LockScope lock(mClaim.WritingMutex());
     if (!mClaim.IsLost())
         openShared(*mSliceWriter, path.c_str(), std::ios_base::out);
+    mHasOpened = mHasOpened || mSliceWriter->is_open();
     return mSliceWriter->is_open();
 }
 
@@ -82,6 +83,12 @@ void TransferFile::Write(const unsigned char* data, unsigned long long size)
     }
     writePieces(*mSliceWriter, data, size);
     mSliceWriter->flush();
+    // The stream keeps what the disk did not take, and would write it when it is closed: by then the slice may be
+    // another list's.
+    if (mSliceWriter->is_open() && !mSliceWriter->good()) {
+        mSliceWriter->close();
+        mHasWriteFailed = true;
+    }
 }
 
 std::int64_t TransferFile::Position() const
@@ -96,6 +103,9 @@ void TransferFile::CloseSlice(const std::string& path)
     // Together and under the lock: a reader that sees the count finds the path, and no signal falls between its look
     // and its sleep.
     LockScope lock(mSliceMutex);
+    if (!std::exchange(mHasOpened, false))
+        mMissingSlices.push_back(mSlices.size());
+    mHasWriteFailed = false;
     mSlices.push_back(path);
     ++mSliceCount;
 }
@@ -137,6 +147,11 @@ bool TransferFile::Read(char* buffer, std::uint32_t length, std::uint32_t* count
         if (mReadSliceIndex == 0)
             mCopiedSize = 0;
         if (!awaitNextSlice()) {
+            if (HasLostSlices()) {
+                Restart();
+                *count = 0;
+                return true;
+            }
             giveUpWaiting(count);
             return false;
         }
@@ -193,11 +208,20 @@ std::string TransferFile::findNextSlice()
     return index < mSlices.size() ? mSlices[index] : std::string();
 }
 
+// Whether the slice was never opened for writing.
+bool TransferFile::isMissing(std::int32_t index)
+{
+    LockScope lock(mSliceMutex);
+    return std::find(mMissingSlices.begin(), mMissingSlices.end(), static_cast<std::size_t>(index)) !=
+           mMissingSlices.end();
+}
+
 // A slice that cannot be opened is read as an empty one, so the file gets a hole there.
 void TransferFile::openNextSlice()
 {
     mCurrentSlice = findNextSlice();
-    openShared(*mSliceReader, mCurrentSlice.c_str(), std::ios_base::in);
+    if (!isMissing(mReadSliceIndex))
+        openShared(*mSliceReader, mCurrentSlice.c_str(), std::ios_base::in);
     CLIP_LOG(kLogInfo, "Start Read(%d):%s isOpen:%d", mReadSliceIndex, mCurrentSlice.c_str(),
              mSliceReader->is_open() ? 1 : 0);
     ++mReadSliceIndex;
@@ -221,6 +245,7 @@ void TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32
 void TransferFile::giveUpWaiting(std::uint32_t* count)
 {
     CLIP_LOG(kLogInfo, "Wait slice file timeout.");
+    mReportFailure = nullptr;
     try {
         reportDownloadTimeout(mFileSize, mCopiedSize);
     } catch (...) {

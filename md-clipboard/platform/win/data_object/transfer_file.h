@@ -32,8 +32,8 @@ public:
     TransferFile& operator=(const TransferFile&) = delete;
 
     // ---- The writer ----
-    // Opens the slice unless one is open. A failure is remembered by the stream alone: writes to it do nothing. A slice
-    // that a newer list writes is not opened.
+    // Opens the slice unless one is open. After a failure writes do nothing. A slice that a newer list writes is not
+    // opened.
     // @return whether a slice is open
     bool OpenSlice(const std::string& path);
 
@@ -54,7 +54,13 @@ public:
     // Closes the slice and adds it to those that the reader may open.
     void CloseSlice(const std::string& path);
 
-    // Closes the slice and adds it to nothing: the transfer has ended.
+    // Whether the next delivery has to open the slice. Not after a failed write: the slice stays short.
+    bool NeedsOpening() const
+    {
+        return !mSliceWriter->is_open() && !mHasWriteFailed;
+    }
+
+    // Closes the slice, which the reader never gets: the transfer has ended.
     void AbandonSlice();
 
     // Wakes a reader that waits. It looks again, and sleeps on if there is no new slice. Any thread may call this.
@@ -108,11 +114,16 @@ private:
     bool hasCopiedAll() const;
     bool awaitNextSlice();
     std::string findNextSlice();
+    bool isMissing(std::int32_t index);
     void openNextSlice();
     void readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
     void giveUpWaiting(std::uint32_t* count);
 
-    SliceClaim mClaim;                  // safe by itself
+    SliceClaim mClaim;             // safe by itself
+    bool mHasOpened = false;       // the writer's: this slice
+    bool mHasWriteFailed = false;  // the writer's: of this slice
+    // Positions of slices that were never opened: what lies under their names is not this file's.
+    std::vector<std::size_t> mMissingSlices CLIP_GUARDED_BY(mSliceMutex);
     std::exception_ptr mReportFailure;  // the reader's: null, mostly
 };
 
