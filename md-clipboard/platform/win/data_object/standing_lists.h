@@ -1,11 +1,13 @@
 // The lists whose slices some application may still read, so that a cleaning of the cache spares these slices.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string_view>
 
 #include "annotated_mutex.h"
+#include "data_object/slice_path.h"
 
 namespace sd::clip {
 
@@ -28,8 +30,11 @@ public:
     bool OwnSlice(std::wstring_view fileName) const;
 
 private:
+    bool isOwned(const SliceDigest& digest, std::uint64_t& generation) const;
+
     mutable Mutex mMutex;
     std::map<const FileRequest*, std::weak_ptr<FileRequest>> mRequests CLIP_GUARDED_BY(mMutex);
+    std::uint64_t mGeneration CLIP_GUARDED_BY(mMutex) = 0;  // goes up with each list that is added
 };
 
 }  // namespace sd::clip
