@@ -121,6 +121,7 @@ const LeftOut kLeftOut[] = {
 const std::map<std::string, std::string> kUnreached = {
     {"CancelIoEx", "called only after another call has failed"},
     {"CoGetApartmentType", "asked where a list is taken off the clipboard, which no route does"},
+    {"CountClipboardFormats", "asked where a list is taken off the clipboard, which no route does"},
     {"_fstat64", "the runtime asks how much of a file is left, for which nobody asks it"},
     {"_wfopen", "a stream on a local file, which no route opens"},
     {"fflush", "the runtime writes slices past its own buffers"},

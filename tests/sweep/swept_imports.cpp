@@ -148,6 +148,7 @@ void addOle(Imports& imports)
         .returns("other apartment", RPC_E_CHANGED_MODE)
         .logs("ole initialize failed");
     SWEPT(CoGetApartmentType).returns("not joined", CO_E_NOTINITIALIZED);
+    SWEPT(CountClipboardFormats).returns("none", 0);
     SWEPT(OleSetClipboard)
         .returns("busy", CLIPBRD_E_CANT_OPEN)
         .silently(kLooksAgain)

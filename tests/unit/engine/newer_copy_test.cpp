@@ -130,6 +130,34 @@ TEST_F(NewerCopy, StaysWhenAFailureIsReportedFromInsideAnEvent)
     expectTextStays();
 }
 
+// Its owner is OLE's window still, and an application keeps the list alive.
+TEST_F(NewerCopy, AListThatIsOffAlreadyIsNotEmptiedOnceMore)
+{
+    offerHeld();
+    mDelivery.run([this] { mEngine->resetOleclipboard(); });
+    EXPECT_FALSE(isListOnClipboard());
+    EXPECT_EQ(RecordingLog::count(5, "clear OLE Clipboard\n"), 1);
+    mDelivery.run([this] { mEngine->resetOleclipboard(); });
+    EXPECT_EQ(RecordingLog::count(5, "clear OLE Clipboard\n"), 1);
+}
+
+// As the library's own worker has it open when it looks at a change.
+TEST_F(NewerCopy, OleIsAskedAgainWhileTheClipboardIsOpenElsewhere)
+{
+    static int refusals = 0;
+    static decltype(&OleSetClipboard) real = nullptr;
+    offerHeld();
+    refusals = 0;
+    const ImportHook<decltype(&OleSetClipboard)> hook(
+        nullptr, "OleSetClipboard", +[](IDataObject* data) -> HRESULT {
+            return data == nullptr && ++refusals <= 3 ? CLIPBRD_E_CANT_OPEN : real(data);
+        });
+    real = hook.real();
+    mDelivery.run([this] { mEngine->resetOleclipboard(); });
+    EXPECT_EQ(refusals, 4);
+    EXPECT_FALSE(isListOnClipboard());
+}
+
 TEST_F(NewerCopy, StaysWhereItIsTheGuestsNextList)
 {
     offerHeld();

@@ -194,7 +194,8 @@ public:
 
     /// The host's report that a transfer failed. Ends the list's stream and takes the list off the clipboard, unless
     /// something newer was copied. Waits for a read that runs on another thread, which can be 30 seconds, and for up
-    /// to a second for a program that has the clipboard open. May be called on any thread, whether it joined OLE or
+    /// to a second for a program that has the clipboard open; after that the list stays there. Messages that other
+    /// threads send are served meanwhile. May be called on any thread, whether it joined OLE or
     /// not, and from inside the host's own functions and events. The record's cancel function may run on a thread of
     /// the library's while this waits, so the host must hold no lock of its own across this call.
     /// @param fail 1 ends the running transfer; any other value is only logged

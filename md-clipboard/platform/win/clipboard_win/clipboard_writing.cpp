@@ -232,8 +232,9 @@ ClipboardImpl::InstalledList ClipboardImpl::installedList() const
 bool ClipboardImpl::isOnClipboard(const FileRequest& request) const
 {
     const InstalledList installed = installedList();
+    // OLE's window stays the owner of a clipboard that OLE has emptied.
     return installed.request.lock().get() == &request && installed.owner != nullptr &&
-           GetClipboardOwner() == installed.owner;
+           GetClipboardOwner() == installed.owner && CountClipboardFormats() != 0;
 }
 
 void ClipboardImpl::resetOleclipboard()

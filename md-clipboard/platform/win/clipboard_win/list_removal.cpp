@@ -37,11 +37,20 @@ ListRemoval::~ListRemoval()
 // does when it looks at a change. The emptying fails then, and is tried again.
 void ListRemoval::empty()
 {
-    if (!mIsOpen && (OleSetClipboard(nullptr) != CO_E_NOTINITIALIZED || !open()))
+    if (!mIsOpen && (emptyByOle() != CO_E_NOTINITIALIZED || !open()))
         return;
     while (!EmptyClipboard() && openAgain()) {
     }
     close();
+}
+
+// The library's own worker may have the clipboard open, too: to look at a change.
+HRESULT ListRemoval::emptyByOle()
+{
+    HRESULT emptied = OleSetClipboard(nullptr);
+    while (emptied == CLIPBRD_E_CANT_OPEN && pause() && mIsListThere())
+        emptied = OleSetClipboard(nullptr);
+    return emptied;
 }
 
 // The list is looked at once more in the open clipboard, where nobody can change it.

@@ -9,7 +9,8 @@ namespace sd::clip {
 
 // One removal, in three steps: look, write the log line, empty. Nobody's newer copy is emptied.
 //
-// A thread that joined OLE has OLE empty the clipboard. On any other thread that call fails unseen, so the clipboard
+// A thread that joined OLE has OLE empty the clipboard, and tries again for up to a second while another thread or
+// program has it open. On any other thread that call fails unseen, so the clipboard
 // is opened here, and stays open from the look to the emptying: no other program can copy in between. The thread does
 // not join OLE for this: it is the host's. Sent messages are served while another program has the clipboard open.
 //
@@ -33,6 +34,7 @@ public:
     void empty();
 
 private:
+    HRESULT emptyByOle();
     bool open();
     bool openAgain();
     void close();
