@@ -19,14 +19,17 @@ std::string findOwnFolder()
 }
 
 /// @param path as the command line names it
-/// @return the same without the prefix of long paths, which the system does not report
+/// @return the same without the prefix of long paths, which the system does not report; a volume without a letter
+///         keeps it
 std::string removeLongPathPrefix(const std::string& path)
 {
     const std::string prefix = R"(\\?\)";
     const std::string sharePrefix = R"(\\?\UNC\)";
     if (path.rfind(sharePrefix, 0) == 0)
         return R"(\\)" + path.substr(sharePrefix.size());
-    return path.rfind(prefix, 0) == 0 ? path.substr(prefix.size()) : path;
+    const bool hasDrive =
+        path.rfind(prefix, 0) == 0 && path.size() > prefix.size() + 1 && path[prefix.size() + 1] == ':';
+    return hasDrive ? path.substr(prefix.size()) : path;
 }
 
 /// @param path full, of something that exists

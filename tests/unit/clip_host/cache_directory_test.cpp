@@ -76,3 +76,8 @@ TEST_F(CacheDirectory, WithThePrefixOfLongPathsLosesIt)
     EXPECT_EQ(chooseCacheDirectory(R"(\\?\C:\cache)"), "C:/cache/");
     EXPECT_EQ(chooseCacheDirectory(R"(\\?\UNC\server\share\cache)"), "//server/share/cache/");
 }
+
+TEST_F(CacheDirectory, OnAVolumeWithoutALetterKeepsThePrefix)
+{
+    EXPECT_EQ(chooseCacheDirectory(R"(\\?\Volume{0}\cache)"), "//?/Volume{0}/cache/");
+}

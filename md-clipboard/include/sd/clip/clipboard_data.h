@@ -273,7 +273,8 @@ private:
 };
 
 /// The record of a list for the placeholder route.
-/// Threads: it may be copied and assigned while the library replaces its target.
+/// Threads: it may be copied, and assigned to another record, while the library replaces its target. Nothing may be
+/// assigned to a record that is set as a list.
 class MD_CLIPBOARD_API ClipboardFileDataExImpl : public ClipboardFileDataImpl {
 public:
     ClipboardFileDataExImpl();
