@@ -22,8 +22,6 @@ namespace {
 constexpr std::uint32_t kTransferFailed = 1;
 constexpr auto kMessagePause = std::chrono::milliseconds(10);
 constexpr auto kTimeBetweenWakes = std::chrono::seconds(1);
-constexpr DWORD kMostWaitForClipboard = 1000;  // milliseconds
-constexpr DWORD kClipboardPause = 10;          // milliseconds
 
 std::int64_t countFiles(const std::shared_ptr<ClipboardData>& data)
 {
@@ -46,12 +44,10 @@ bool isRefused(const std::shared_ptr<ClipboardData>& data, PasteRoute route)
 // has the clipboard open meanwhile is waited for, as a list would otherwise be lost while the host is told "complete".
 HRESULT setWhenClosed(IDataObject* data)
 {
+    ServingPauses pauses;  // the program that has it open may be emptying it, and waits until the earlier list is told
     HRESULT set = OleSetClipboard(data);
-    for (DWORD waited = 0; set == CLIPBRD_E_CANT_OPEN && waited < kMostWaitForClipboard; waited += kClipboardPause) {
-        ServeSentMessages();  // who has it open may be emptying it, and waits until the list of before has been told
-        Sleep(kClipboardPause);
+    while (set == CLIPBRD_E_CANT_OPEN && pauses.Next())
         set = OleSetClipboard(data);
-    }
     return set;
 }
 

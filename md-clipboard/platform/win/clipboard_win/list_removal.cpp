@@ -4,14 +4,9 @@
 
 #include <utility>
 
-#include "workthread/sent_messages.h"
-
 namespace sd::clip {
 
 namespace {
-
-constexpr DWORD kMostWait = 1000;  // milliseconds
-constexpr DWORD kPause = 10;       // milliseconds
 
 // OLE takes single-threaded apartments only. A thread in one of these may still not have joined OLE itself.
 bool canHaveJoinedOle()
@@ -48,7 +43,7 @@ void ListRemoval::empty()
 HRESULT ListRemoval::emptyByOle()
 {
     HRESULT emptied = OleSetClipboard(nullptr);
-    while (emptied == CLIPBRD_E_CANT_OPEN && pause() && mIsListThere())
+    while (emptied == CLIPBRD_E_CANT_OPEN && mPauses.Next() && mIsListThere())
         emptied = OleSetClipboard(nullptr);
     return emptied;
 }
@@ -58,7 +53,7 @@ bool ListRemoval::open()
 {
     while (mIsListThere()) {
         mIsOpen = OpenClipboard(nullptr) != FALSE;
-        if (mIsOpen || !pause())
+        if (mIsOpen || !mPauses.Next())
             break;
     }
     const bool isThere = mIsOpen && mIsListThere();
@@ -70,24 +65,13 @@ bool ListRemoval::open()
 bool ListRemoval::openAgain()
 {
     close();
-    return pause() && open();
+    return mPauses.Next() && open();
 }
 
 void ListRemoval::close()
 {
     if (std::exchange(mIsOpen, false))
         CloseClipboard();
-}
-
-// @return whether there was time left for one
-bool ListRemoval::pause()
-{
-    if (mWaited >= kMostWait)
-        return false;
-    ServeSentMessages();  // the program that has it open may be sending to this thread
-    Sleep(kPause);
-    mWaited += kPause;
-    return true;
 }
 
 }  // namespace sd::clip

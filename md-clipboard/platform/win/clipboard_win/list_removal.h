@@ -5,6 +5,8 @@
 
 #include <functional>
 
+#include "workthread/sent_messages.h"
+
 namespace sd::clip {
 
 // One removal, in three steps: look, write the log line, empty. Nobody's newer copy is emptied.
@@ -38,11 +40,10 @@ private:
     bool open();
     bool openAgain();
     void close();
-    bool pause();
 
     const std::function<bool()> mIsListThere;
+    ServingPauses mPauses;
     bool mIsOpen = false;  // by this object
-    DWORD mWaited = 0;     // milliseconds
     bool mIsPossible = false;
 };
 
