@@ -14,7 +14,8 @@ namespace sd::clip {
 // slices. The list that came last has them: the record of an older list writes no byte into them from then on, and
 // knows that what it reads there may be another list's.
 //
-// Threads: any. Lock order: the lock of the table, then mWriting of the claims that lose. Both are leaves for others.
+// Threads: any. Lock order: the lock of the table, then mWriting of the claim that loses. No other lock is taken under
+// either.
 class SliceClaim {
 public:
     // @param listNumber of the record's list; a later list has a larger number
@@ -34,7 +35,8 @@ public:
         return mLost;
     }
 
-    // To be held while bytes go to a slice, which IsLost must precede. Not to be held during Take.
+    // Held by the writer while it opens or writes a slice, after a look at IsLost under it. Take must not be called
+    // under it.
     Mutex& WritingMutex()
     {
         return mWriting;
