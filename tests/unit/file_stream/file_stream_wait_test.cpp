@@ -38,7 +38,7 @@ struct Reading {
     // The first five bytes are there, and read before the read that counts.
     void giveFirstSlice()
     {
-        transfer->addSlice(*description, "first");
+        firstSlice = transfer->addSlice(*description, "first");
         hasFirstSlice = true;
     }
 
@@ -94,6 +94,7 @@ struct Reading {
     std::shared_ptr<FakeTransfer> transfer = std::make_shared<FakeTransfer>();
     std::shared_ptr<DetailFileDescription> description;
     bool hasFirstSlice = false;
+    std::string firstSlice;  // its path
     StreamPointer stream;
     Clock::time_point begin;
     std::thread reader;
@@ -118,14 +119,16 @@ struct Readings {
     Reading cancelledByListener{17};
     Reading disconnectedWithoutSlice{18};
     Reading usedByCancelFunction{19};
+    Reading takenWithoutSlice{20};
+    TransferFile newer{"a.bin", 1};
     HRESULT statInCancelFunction = E_UNEXPECTED;
     bool setFileInCancelFunction = false;
 
     std::vector<Reading*> all()
     {
-        return {&noDelivery,          &lateDelivery,          &cancelledWithoutRecord, &disconnectedWithoutRecord,
-                &oneSliceOnly,        &cancelledWithoutSlice, &cancelledByListener,    &disconnectedWithoutSlice,
-                &usedByCancelFunction};
+        return {&noDelivery,           &lateDelivery,          &cancelledWithoutRecord, &disconnectedWithoutRecord,
+                &oneSliceOnly,         &cancelledWithoutSlice, &cancelledByListener,    &disconnectedWithoutSlice,
+                &usedByCancelFunction, &takenWithoutSlice};
     }
 };
 
@@ -144,6 +147,7 @@ protected:
         sReadings->disconnectedWithoutRecord.stream->Disconnect();
         sReadings->disconnectedWithoutSlice.stream->Disconnect();
         waitUntil(sReadings->lateDelivery.begin, 3);
+        EXPECT_TRUE(sReadings->newer.OpenSlice(sReadings->takenWithoutSlice.firstSlice));
         sReadings->lateDelivery.transfer->addSlice(*sReadings->lateDelivery.description, "first");
         for (Reading* reading : sReadings->all())
             reading->finish();
@@ -159,7 +163,7 @@ protected:
     {
         for (Reading* reading :
              {&sReadings->oneSliceOnly, &sReadings->cancelledWithoutSlice, &sReadings->cancelledByListener,
-              &sReadings->disconnectedWithoutSlice, &sReadings->usedByCancelFunction})
+              &sReadings->disconnectedWithoutSlice, &sReadings->usedByCancelFunction, &sReadings->takenWithoutSlice})
             reading->giveFirstSlice();
     }
 
@@ -293,6 +297,19 @@ TEST_F(FileStreamWait, AfterTheDataObjectsDeathTheWaitForASliceRunsOnIsRevertedA
     expectTimedOut(reading, STG_E_REVERTED);
     EXPECT_EQ(reading.transfer->cancels, 0);
     EXPECT_EQ(readStream(*reading.stream.Get(), 5).result, STG_E_REVERTED);
+}
+
+// The guest delivers all the time, but into slices that are a newer list's.
+TEST_F(FileStreamWait, AWaitForASliceThatANewerListTookIsRevertedAndCancelsNothing)
+{
+    const Reading& reading = sReadings->takenWithoutSlice;
+    EXPECT_EQ(reading.first.bytes, "first");
+    EXPECT_EQ(reading.read.result, STG_E_REVERTED);
+    EXPECT_EQ(reading.read.count, 0u);
+    EXPECT_GE(reading.readSeconds, 29.9);
+    EXPECT_TRUE(reading.timeouts.empty());
+    EXPECT_EQ(reading.transfer->cancels, 0);
+    EXPECT_EQ(reading.errors, Messages{"A newer list has taken the slices of foldera.bin"});
 }
 
 // It may show a dialog, whose messages bring calls of other applications.
