@@ -1,5 +1,6 @@
 // Whose bytes the slices in the cache hold: those of one list, for as long as some application may read them.
 #include <filesystem>
+#include <optional>
 
 #include "guest_paste.h"
 #include "sha256.h"
@@ -68,14 +69,26 @@ protected:
         EXPECT_EQ(child.waitForExit(), 0U) << child.output();
     }
 
-    // An application has the stream of a list's file, but not its data object, when another program copies: the object
-    // is gone then, with the first bytes of the file delivered.
-    static void loseObject(const SinkList& list)
+    // An application takes the stream of the old list's file, and lets the data object go.
+    // @param firstPiece bytes that it reads, which the host delivers
+    void keepStream(std::size_t firstPiece = 0)
     {
-        list.deliver(oldBytes(65536));
-        list.deliver(oldBytes(700));
+        ASSERT_TRUE(offer(mOld.record));
+        mKeeper.emplace(StreamKeeper::Object::kLetGo, firstPiece);
+        if (firstPiece > 0) {
+            EXPECT_TRUE(waitUntil([this] { return mOld.requests == 1; }));
+            mOld.deliver(oldBytes(kSlice));
+        }
+        ASSERT_TRUE(mKeeper->waitUntilItHasBegun());
+    }
+
+    // Another program copies while the file arrives, and the data object is gone.
+    void loseObject()
+    {
+        mOld.deliver(oldBytes(65536));
+        mOld.deliver(oldBytes(700));
         copyText();
-        EXPECT_TRUE(waitUntil([&] { return list.cancels == 1; }));
+        EXPECT_TRUE(waitUntil([this] { return mOld.cancels == 1; }));
         EXPECT_TRUE(RecordingLog::waitForLine(5, "destroy ", 30000));
     }
 
@@ -114,6 +127,8 @@ protected:
         return mHost.clipboard().SetClipboardData(ClipboardFormat::FileLazy, record);
     }
 
+    SinkList mOld{3 * kSlice};
+    std::optional<StreamKeeper> mKeeper;
     std::shared_ptr<GuestList> mNewList;
 };
 
@@ -121,59 +136,41 @@ protected:
 
 TEST_F(PasteSlices, AStreamThatOutlivesItsObjectLeavesNoBytesInANewerFile)
 {
-    SinkList old(3 * kSlice);
-    ASSERT_TRUE(offer(old.record));
-    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
-    ASSERT_TRUE(keeper.waitUntilItHasBegun());
-    loseObject(old);
-    old.sink = nullptr;
+    ASSERT_NO_FATAL_FAILURE(keepStream());
+    loseObject();
+    mOld.sink = nullptr;
 
     expectNewFileIsPasted();
-    EXPECT_TRUE(keeper.release());
+    EXPECT_TRUE(mKeeper->release());
     expectNewFileIsPastedFromItsSlices();
 }
 
 TEST_F(PasteSlices, ASinkThatTheHostKeepsLeavesNoBytesInANewerFile)
 {
-    SinkList old(3 * kSlice);
-    ASSERT_TRUE(offer(old.record));
-    {
-        StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
-        ASSERT_TRUE(keeper.waitUntilItHasBegun());
-        loseObject(old);
-        EXPECT_TRUE(keeper.release());
-    }
+    ASSERT_NO_FATAL_FAILURE(keepStream());
+    loseObject();
+    EXPECT_TRUE(mKeeper->release());
+
     expectNewFileIsPasted();
-    old.deliver(oldBytes(700));
-    old.sink = nullptr;
+    mOld.deliver(oldBytes(700));
+    mOld.sink = nullptr;
     expectNewFileIsPastedFromItsSlices();
 }
 
 TEST_F(PasteSlices, AnObjectThatDiesLeavesNoSliceOpen)
 {
-    SinkList old(3 * kSlice);
-    ASSERT_TRUE(offer(old.record));
-    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 0);
-    ASSERT_TRUE(keeper.waitUntilItHasBegun());
-    loseObject(old);
+    ASSERT_NO_FATAL_FAILURE(keepStream());
+    loseObject();
     expectNoSliceStaysOpen();
-    EXPECT_TRUE(keeper.release());
+    EXPECT_TRUE(mKeeper->release());
 }
 
 TEST_F(PasteSlices, AnObjectThatDiesLeavesNoSliceOpenThatIsBeingRead)
 {
-    SinkList old(3 * kSlice);
-    ASSERT_TRUE(offer(old.record));
-    std::thread delivery([&] {
-        EXPECT_TRUE(waitUntil([&] { return old.requests == 1; }));
-        old.deliver(oldBytes(kSlice));
-    });
-    StreamKeeper keeper(StreamKeeper::Object::kLetGo, 65536);
-    ASSERT_TRUE(keeper.waitUntilItHasBegun());
-    delivery.join();
-    loseObject(old);
+    ASSERT_NO_FATAL_FAILURE(keepStream(65536));
+    loseObject();
     expectNoSliceStaysOpen();
-    EXPECT_TRUE(keeper.release());
+    EXPECT_TRUE(mKeeper->release());
 }
 
 TEST_F(PasteSlices, ASlowApplicationNeverGetsBytesOfANewerListWithTheSameName)
