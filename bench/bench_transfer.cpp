@@ -41,6 +41,14 @@ std::shared_ptr<ClipboardFileDataImpl> makeGuestList(std::size_t count, std::uin
     return record;
 }
 
+void readWhole(IStream& stream, std::vector<unsigned char>& buffer)
+{
+    ULONG count = 0;
+    stream.Read(buffer.data(), static_cast<ULONG>(buffer.size()), &count);
+    if (count != buffer.size())
+        throw std::runtime_error("bytes are missing");
+}
+
 BenchTransfer::BenchTransfer(std::vector<ClipfileDescription> files, std::string cacheDirectory)
     : mDescriptorFormat(registerFormat(L"FileGroupDescriptorW")),
       mContentsFormat(registerFormat(L"FileContents")),

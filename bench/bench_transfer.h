@@ -20,6 +20,9 @@ std::vector<sd::clip::ClipfileDescription> makeGuestFiles(std::size_t count, std
 // A record of such a list whose functions do nothing.
 std::shared_ptr<sd::clip::ClipboardFileDataImpl> makeGuestList(std::size_t count, std::uint64_t size);
 
+// Reads as many bytes as the buffer holds, in one call. Throws std::runtime_error where fewer come.
+void readWhole(IStream& stream, std::vector<unsigned char>& buffer);
+
 // The library's data object for a list, without a clipboard.
 // Throws std::runtime_error where the library refuses something, since figures of failures would look good.
 class BenchTransfer {

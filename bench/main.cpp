@@ -54,6 +54,8 @@ std::vector<Benchmark> listBenchmarks(const std::wstring& tree, const std::wstri
         {"sink_64k_vs_raw", [=] { return measureSink64k(work); }},
         {"sink_4k_vs_raw", [=] { return measureSink4k(work); }},
         {"read_vs_raw", [=] { return measureRead(work); }},
+        {"read_64k_vs_raw", [=] { return measureRead64k(work); }},
+        {"read_4k_vs_raw", [=] { return measureRead4k(work); }},
         {"paste_vs_memory", [=] { return measurePaste(work); }},
         {"growth_set", measureGrowthSet},
         {"growth_descriptor", measureGrowthDescriptor},
