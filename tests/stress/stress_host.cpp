@@ -11,6 +11,7 @@
 #include "stress_guest.h"
 #include "stress_log.h"
 #include "stress_paster.h"
+#include "support/file_times.h"
 #include "support/placeholder_names.h"
 #include "support/recording_listener.h"
 #include "support/wait_until.h"
@@ -25,19 +26,17 @@ constexpr std::int64_t kSilence = 4;  // seconds: longer than any application is
 
 std::atomic<bool> gHurries{false};
 std::atomic<std::int64_t> gAhead{0};  // seconds
-std::atomic<decltype(&_time64)> gRealTime{nullptr};
+std::atomic<decltype(&GetSystemTimePreciseAsFileTime)> gRealTime{nullptr};
 
 void WINAPI sleepShortly(DWORD milliseconds)
 {
     Sleep(gHurries ? std::min(milliseconds, kShortPause) : milliseconds);
 }
 
-__time64_t tellMovedTime(__time64_t* seconds)
+void WINAPI tellMovedTime(FILETIME* time)
 {
-    const __time64_t now = gRealTime.load()(nullptr) + gAhead;
-    if (seconds != nullptr)
-        *seconds = now;
-    return now;
+    gRealTime.load()(time);
+    *time = laterFileTime(*time, gAhead);
 }
 
 // Under Wine, a folder is watched only once it was opened as one.
@@ -63,7 +62,7 @@ StressHost::StressHost()
       mClipboardFix(mDll),
       mShield(mDll),
       mSleep(mDll, "Sleep", &sleepShortly),
-      mTime(mDll, "_time64", &tellMovedTime),
+      mTime(mDll, "GetSystemTimePreciseAsFileTime", &tellMovedTime),
       mClipboard(Clipboard::Get())
 {
     gRealTime = mTime.real();

@@ -85,7 +85,7 @@ private:
     WineClipboardFix mClipboardFix;
     SecondCloseShield mShield;
     ImportHook<decltype(&Sleep)> mSleep;
-    ImportHook<decltype(&_time64)> mTime;
+    ImportHook<decltype(&GetSystemTimePreciseAsFileTime)> mTime;
     std::shared_ptr<sd::clip::Clipboard> mClipboard;
     std::optional<TemporaryFolder> mFolder{std::in_place};
     PumpingThread mWindowThread;

@@ -21,6 +21,7 @@ const LeftOut kLeftOut[] = {
       "GetLastError",
       "GetSystemTime",
       "GetSystemTimeAsFileTime",
+      "GetSystemTimePreciseAsFileTime",
       "GetTickCount64",
       "IsDebuggerPresent",
       "OutputDebugStringA",

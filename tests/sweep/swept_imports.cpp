@@ -304,10 +304,6 @@ void addRuntime(Imports& imports)
         .failsInRuntime("full disk", -1, ENOSPC)
         .isSilent("a missing folder shows when the first slice can't be opened");
     SWEPT(_wstat64).failsInRuntime("none", -1, ENOENT).isSilent("the listing of the folder tells the same");
-    SWEPT(_time64)
-        .returns("no time", -1)
-        .isSilent("a clock that fails moves the reckoning of silence only")
-        .varies("a delivery looks at the clock once there is a stream, and either may come first");
     SWEPT(fopen)
         .failsInRuntime("denied", 0, EACCES)
         .failsInRuntime("full disk", 0, ENOSPC)

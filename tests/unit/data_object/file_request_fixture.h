@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -17,6 +16,7 @@
 #include "file_stream/read_heartbeat.h"
 #include "guest_list.h"
 #include "support/recording_log.h"
+#include "unix_clock.h"
 
 namespace sd::clip {
 
@@ -84,7 +84,7 @@ protected:
     static void fallSilent(int seconds)
     {
         sd::clip::gReadState = sd::clip::ReadState::kBetweenReads;
-        sd::clip::gLastReadTime = static_cast<std::int64_t>(std::time(nullptr)) - seconds;
+        sd::clip::gLastReadTime = sd::clip::unixNow() - seconds;
     }
 
     bool isDataLockTaken() const

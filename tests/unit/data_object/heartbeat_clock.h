@@ -1,16 +1,18 @@
-// The clock of the read heartbeat, which a test moves on instead of waiting. For one source file of a test program.
+// The library's clock, which a test moves on instead of waiting. For one source file of a test program.
 #pragma once
+
+#include <windows.h>
 
 #include <atomic>
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <thread>
 #include <utility>
 
+#include "support/file_times.h"
 #include "support/import_hook.h"
 
-// One at a time. The program's own time functions show the moved time too.
+// One at a time. The runtimes' own clocks and waits stay as they are.
 class HeartbeatClock {
 public:
     HeartbeatClock()
@@ -35,22 +37,20 @@ public:
     }
 
 private:
-    static __time64_t look(__time64_t* seconds)
+    static void WINAPI look(FILETIME* time)
     {
         if (sLookingThread.load() == std::this_thread::get_id()) {
             sLookingThread = std::thread::id();
             std::exchange(sDuringNextLook, nullptr)();
         }
-        const __time64_t now = sReal.load()(nullptr) + sAhead;
-        if (seconds != nullptr)
-            *seconds = now;
-        return now;
+        sReal.load()(time);
+        *time = laterFileTime(*time, sAhead);
     }
 
-    static inline std::atomic<decltype(&_time64)> sReal{nullptr};
+    static inline std::atomic<decltype(&GetSystemTimePreciseAsFileTime)> sReal{nullptr};
     static inline std::atomic<std::int64_t> sAhead{0};
     static inline std::atomic<std::thread::id> sLookingThread{};
     static inline std::function<void()> sDuringNextLook;  // that thread's
 
-    const ImportHook<decltype(&_time64)> mHook{nullptr, "_time64", &look};
+    const ImportHook<decltype(&GetSystemTimePreciseAsFileTime)> mHook{nullptr, "GetSystemTimePreciseAsFileTime", &look};
 };

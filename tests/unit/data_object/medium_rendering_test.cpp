@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "support/file_times.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
 
@@ -55,11 +56,6 @@ public:
     FILEGROUPDESCRIPTORW* group = nullptr;
 };
 
-std::uint64_t ticks(const FILETIME& time)
-{
-    return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
-}
-
 // No block can be locked; the last one that was freed is kept, and not freed.
 struct NoLock {
     NoLock()
@@ -75,11 +71,6 @@ struct NoLock {
                                                  }};
 };
 
-FILETIME fileTime(std::uint64_t ticks)
-{
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
 // The clock from which an entry has its times shows these seconds.
 class FixedClock {
 public:
@@ -90,11 +81,8 @@ public:
 
 private:
     static inline std::int64_t sSeconds = 0;
-    const ImportHook<decltype(&_time64)> mHook{nullptr, "_time64", +[](__time64_t* seconds) -> __time64_t {
-                                                   if (seconds != nullptr)
-                                                       *seconds = sSeconds;
-                                                   return sSeconds;
-                                               }};
+    const ImportHook<decltype(&GetSystemTimePreciseAsFileTime)> mHook{
+        nullptr, "GetSystemTimePreciseAsFileTime", +[](FILETIME* time) { *time = unixFileTime(sSeconds); }};
 };
 
 // Memory that is not asked for as zeroed is not.
@@ -243,7 +231,7 @@ TEST(FileGroupDescriptor, OfAFileClassSizeAndPlaceOnTheScreenAreZero)
     FILEDESCRIPTORW expected = {};
     expected.dwFlags = 0x8000407E;
     expected.dwFileAttributes = 0x80;
-    expected.ftCreationTime = expected.ftLastAccessTime = expected.ftLastWriteTime = fileTime(126444736000000000);
+    expected.ftCreationTime = expected.ftLastAccessTime = expected.ftLastWriteTime = unixFileTime(1000000000);
     expected.nFileSizeHigh = 2;
     expected.nFileSizeLow = 3;
     expected.cFileName[0] = L'f';

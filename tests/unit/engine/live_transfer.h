@@ -7,7 +7,6 @@
 #include <wrl/client.h>
 
 #include <atomic>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -24,6 +23,7 @@
 #include "support/import_hook.h"
 #include "support/journal.h"
 #include "support/recording_log.h"
+#include "unix_clock.h"
 #include "workthread/remote_format_file.h"
 
 // The engine's caller is the test's thread, which has not joined OLE: under Wine the window of OLE's clipboard belongs
@@ -139,7 +139,7 @@ protected:
     static void fallSilent()
     {
         sd::clip::gReadState = sd::clip::ReadState::kBetweenReads;
-        sd::clip::gLastReadTime = static_cast<std::int64_t>(std::time(nullptr)) - 3;
+        sd::clip::gLastReadTime = sd::clip::unixNow() - 3;
     }
 
     void reportFailure()

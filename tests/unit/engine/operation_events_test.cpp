@@ -1,9 +1,9 @@
 // The events of a guest's list and of its paste, each with all of its arguments, and the same without a listener. The
 // event of a wait in vain is in download_timeout_test.cpp, those of copy detection are in copy_detection_test.cpp.
 #include <chrono>
-#include <ctime>
 
 #include "clipboard_writing_fixture.h"
+#include "unix_clock.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;
@@ -40,7 +40,7 @@ protected:
     static void fallSilent()
     {
         gReadState = ReadState::kBetweenReads;
-        gLastReadTime = static_cast<std::int64_t>(std::time(nullptr)) - 3;
+        gLastReadTime = unixNow() - 3;
     }
 };
 

@@ -2,13 +2,13 @@
 // same. The event of a wait in vain is in download_timeout_test.cpp.
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <stdexcept>
 
 #include "clipboard_writing_fixture.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "file_stream/file_stream.h"
+#include "unix_clock.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;
@@ -198,7 +198,7 @@ TEST_F(ThrowingListener, TheUsersCancelReachesTheDeliveringHostAndTheTransferIsC
     ASSERT_NO_FATAL_FAILURE(pasteTheList());
     throwIn({"cancelTransfer"});
     gReadState = ReadState::kBetweenReads;
-    gLastReadTime = static_cast<std::int64_t>(std::time(nullptr)) - 3;
+    gLastReadTime = unixNow() - 3;
     EXPECT_EQ(deliverAndCatch(0, "0"), "cancelTransfer");
     EXPECT_EQ(mGuest.cancelled, Names{"file0"});
     EXPECT_EQ(RecordingLog::count(5, "Cancel remote file request"), 1);

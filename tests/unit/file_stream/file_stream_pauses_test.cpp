@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <ctime>
 #include <future>
 #include <new>
 #include <stdexcept>
@@ -14,6 +13,7 @@
 #include "sample_stream.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
+#include "unix_clock.h"
 
 using namespace sd::clip;
 
@@ -62,7 +62,7 @@ TEST_F(FileStreamPauses, AReadThatFindsNoRecordEndsTheHeartbeatToo)
 {
     description = makeDescription("a.bin", 5);
     stream = makeStream(description, transfer);
-    const std::time_t before = std::time(nullptr);
+    const std::int64_t before = unixNow();
     gPauses.duringPause = [] {
         EXPECT_EQ(gReadState, ReadState::kInRead);
         gLastReadTime = 17;

@@ -1,12 +1,12 @@
 // Reading a file whose slices are there: results, the end of a slice and of the file, file after file.
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <filesystem>
 
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
 #include "support/recording_log.h"
+#include "unix_clock.h"
 
 using namespace sd::clip;
 
@@ -211,7 +211,7 @@ TEST_F(FileStreamRead, TheHeartbeatTellsThatAReadIsUnderWay)
     setUpFile(5, 5);
     gReadState = ReadState::kNeverRead;
     gLastReadTime = 17;
-    const std::time_t before = std::time(nullptr);
+    const std::int64_t before = unixNow();
     transfer->duringLookUp = [&] {
         EXPECT_EQ(gReadState, ReadState::kInRead);
         EXPECT_GE(gLastReadTime, before);

@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <thread>
 
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
 #include "support/journal.h"
 #include "support/recording_log.h"
+#include "unix_clock.h"
 
 using namespace sd::clip;
 
@@ -95,10 +95,10 @@ TEST_F(FileStreamObject, TheSecondConstructorKeepsTheTransferAndNoFunction)
 TEST_F(FileStreamObject, TheSecondConstructorRefreshesTheHeartbeat)
 {
     gLastReadTime = 17;
-    const std::time_t before = std::time(nullptr);
+    const std::int64_t before = unixNow();
     makeStream(description, transfer);
     EXPECT_GE(gLastReadTime, before);
-    EXPECT_LE(gLastReadTime, std::time(nullptr));
+    EXPECT_LE(gLastReadTime, unixNow());
 }
 
 TEST_F(FileStreamObject, TheSecondConstructorLogsTheFileAndDoesNotLookAtTheMode)
@@ -270,7 +270,7 @@ TEST_F(FileStreamObject, SetFileRefreshesTheHeartbeat)
 {
     for (const bool withFunctions : {true, false}) {
         gLastReadTime = 17;
-        const std::time_t before = std::time(nullptr);
+        const std::int64_t before = unixNow();
         EXPECT_TRUE(withFunctions ? stream->SetFile(description, kData, kCancel, kFileModeTransfer)
                                   : stream->SetFile(description, transfer, kFileModeTransfer));
         EXPECT_GE(gLastReadTime, before);

@@ -2,13 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
+#include "unix_clock.h"
 
 using sd::clip::gLastReadTime;
 using sd::clip::gReadState;
 using sd::clip::IsClipboardReadStalled;
 using sd::clip::noteReadActivity;
 using sd::clip::ReadState;
+using sd::clip::unixNow;
 
 namespace {
 
@@ -17,10 +18,10 @@ bool isStalledAfter(std::int64_t seconds, ReadState state)
 {
     gReadState = state;
     for (;;) {
-        const std::time_t now = std::time(nullptr);
+        const std::int64_t now = unixNow();
         gLastReadTime = now - seconds;
         const bool stalled = IsClipboardReadStalled();
-        if (std::time(nullptr) == now)
+        if (unixNow() == now)
             return stalled;
     }
 }
@@ -80,8 +81,8 @@ TEST(ReadHeartbeat, ALastReadInTheFutureIsNoStall)
 TEST(ReadHeartbeat, ActivityIsNotedAsThePresentTime)
 {
     gLastReadTime = 0;
-    const std::time_t before = std::time(nullptr);
+    const std::int64_t before = unixNow();
     noteReadActivity();
     EXPECT_GE(gLastReadTime, before);
-    EXPECT_LE(gLastReadTime, std::time(nullptr));
+    EXPECT_LE(gLastReadTime, unixNow());
 }

@@ -26,6 +26,12 @@ TEST(FileTimeToUnixTime, TimesBeforeTheEpochAreNegative)
     EXPECT_EQ(0, FileTimeToUnixTime(116444736000000000 - 9999999));
 }
 
+TEST(FileTimeToUnixTime, TakesTheTwoHalvesOfATime)
+{
+    constexpr std::uint64_t kTime = 116444736000000000 + 17000000000000000;
+    EXPECT_EQ(1700000000, FileTimeToUnixTime(kTime >> 32, kTime & 0xFFFFFFFF));
+}
+
 TEST(FileTimeToUnixTime, NoValueOverflows)
 {
     EXPECT_EQ(-11644473601, FileTimeToUnixTime(std::numeric_limits<std::uint64_t>::max() - 9999999));

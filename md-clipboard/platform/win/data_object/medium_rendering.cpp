@@ -2,7 +2,6 @@
 
 #include <shlobj.h>
 
-#include <ctime>
 #include <cwchar>
 #include <utility>
 
@@ -13,6 +12,7 @@
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
 #include "log.h"
+#include "unix_clock.h"
 
 namespace sd::clip {
 
@@ -93,7 +93,7 @@ void fillEntry(FILEDESCRIPTORW& entry, const ClipfileDescription& file)
     entry.dwFlags = kDescriptorFlags;
     entry.dwFileAttributes = attributesOf(file);
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        const FILETIME now = toFileTime(std::time(nullptr), presentFileTime());
+        const FILETIME now = toFileTime(unixNow(), presentFileTime());
         entry.ftCreationTime = now;
         entry.ftLastAccessTime = now;
         entry.ftLastWriteTime = now;

@@ -1,21 +1,12 @@
 #include "file_stream/read_heartbeat.h"
 
-#include <ctime>
+#include "unix_clock.h"
 
 namespace sd::clip {
 
 namespace {
 
 constexpr std::int64_t kStallSeconds = 3;
-
-std::int64_t nowInSeconds()
-{
-#ifdef _WIN32
-    return _time64(nullptr);
-#else
-    return std::time(nullptr);
-#endif
-}
 
 }  // namespace
 
@@ -24,12 +15,12 @@ std::atomic<ReadState> gReadState{ReadState::kNeverRead};
 
 void noteReadActivity()
 {
-    gLastReadTime = nowInSeconds();
+    gLastReadTime = unixNow();
 }
 
 bool IsClipboardReadStalled()
 {
-    const std::int64_t now = nowInSeconds();
+    const std::int64_t now = unixNow();
     const std::int64_t lastRead = gLastReadTime;
     if (lastRead == 0)
         return false;

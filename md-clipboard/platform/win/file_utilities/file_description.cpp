@@ -16,7 +16,7 @@ namespace {
 
 std::int64_t toUnixTime(const FILETIME& time)
 {
-    return FileTimeToUnixTime((static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime);
+    return FileTimeToUnixTime(time.dwHighDateTime, time.dwLowDateTime);
 }
 
 void fillFromStatus(ClipfileDescription& description, const struct _stat64& status)

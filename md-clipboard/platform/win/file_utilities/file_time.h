@@ -13,4 +13,10 @@ constexpr std::int64_t FileTimeToUnixTime(std::uint64_t fileTime)
     return static_cast<std::int64_t>(fileTime - kUnixEpoch) / kUnitsPerSecond;
 }
 
+// The same for the two halves of a FILETIME.
+constexpr std::int64_t FileTimeToUnixTime(std::uint32_t high, std::uint32_t low)
+{
+    return FileTimeToUnixTime((std::uint64_t{high} << 32) | low);
+}
+
 }  // namespace sd::clip
