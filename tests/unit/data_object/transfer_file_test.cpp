@@ -265,6 +265,45 @@ TEST(TransferFile, AShortSliceLeavesTheSumShort)
     EXPECT_EQ(transfer.file.mCopiedSize, 4);
 }
 
+// Somebody cut it, or the disk was full: no read of no bytes stands for it, which would look like the file's end.
+TEST(TransferFile, ASliceThatEndsBeforeWhatWasWrittenIsPassed)
+{
+    SlicedTransfer transfer(9, {"onetwo", "end"});
+    std::filesystem::resize_file(transfer.file.mSlices[0], 3);
+    expectBytes(transfer.read(3), "one");
+    expectBytes(transfer.read(3), "end");
+    EXPECT_EQ(transfer.file.mCopiedSize, 6);
+}
+
+TEST(TransferFile, ASliceThatIsLongerThanWhatWasWrittenIsReadToItsEnd)
+{
+    SlicedTransfer transfer(9, {"one", "end"});
+    std::ofstream(transfer.file.mSlices[0], std::ios::binary | std::ios::app) << "two";
+    expectBytes(transfer.read(3), "one");
+    expectBytes(transfer.read(3), "two");
+    expectBytes(transfer.read(3), "end");
+}
+
+TEST(TransferFile, PiecesOfEverySizeGiveTheSameBytes)
+{
+    ThreeSlices transfer;
+    for (const std::uint32_t piece : {509u, 4096u, 32767u, 32768u, 32769u, 40000u, 65536u, 1000000u}) {
+        std::string all;
+        for (ReadResult result = transfer.read(piece); !result.bytes.empty(); result = transfer.read(piece))
+            all += result.bytes;
+        EXPECT_TRUE(all == transfer.bytes) << piece;
+    }
+}
+
+TEST(TransferFile, AReadOfAnotherSizeGoesOnWhereTheLastOneEnded)
+{
+    ThreeSlices transfer;
+    std::string all;
+    for (const std::uint32_t piece : {100u, 65536u, 4096u, 40000u, 1u, 32768u, 200000u, 4096u})
+        all += transfer.read(piece).bytes;
+    EXPECT_TRUE(all == transfer.bytes.substr(0, 100 + 65536 + 4096 + 40000 + 1 + 32768 + 200000 + 4096));
+}
+
 TEST(TransferFile, AReaderBeforeTheFirstSliceWaitsForIt)
 {
     SampleTransfer transfer(8);

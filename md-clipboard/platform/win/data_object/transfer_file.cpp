@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "data_object/shared_stream_open.h"
+#include "data_object/slice_reader.h"
 #include "data_object/transfer_events.h"
 #include "log.h"
 
@@ -13,6 +14,9 @@ namespace sd::clip {
 namespace {
 
 constexpr auto kLongestWait = std::chrono::seconds(30);
+
+// The size of a slice that was never opened for writing: what lies under its name is not this file's.
+constexpr std::int64_t kMissing = -1;
 
 // Bytes of one call to a stream. The runtime below it refuses more than 2^31 - 1, or counts them in 32 bits.
 constexpr unsigned long long kLongestCall = 16777216;
@@ -69,7 +73,10 @@ bool TransferFile::OpenSlice(const std::string& path)
     LockScope lock(mClaim.WritingMutex());
     if (!mClaim.IsLost())
         openShared(*mSliceWriter, path.c_str(), std::ios_base::out);
-    mHasOpened = mHasOpened || mSliceWriter->is_open();
+    if (mSliceWriter->is_open()) {
+        mSliceSize = 0;
+        mHasOpened = true;
+    }
     return mSliceWriter->is_open();
 }
 
@@ -83,6 +90,7 @@ void TransferFile::Write(const unsigned char* data, unsigned long long size)
     }
     writePieces(*mSliceWriter, data, size);
     mSliceWriter->flush();
+    mSliceSize += static_cast<std::int64_t>(size);
     // The stream keeps what the disk did not take, and would write it when it is closed: by then the slice may be
     // another list's.
     if (mSliceWriter->is_open() && !mSliceWriter->good()) {
@@ -91,9 +99,10 @@ void TransferFile::Write(const unsigned char* data, unsigned long long size)
     }
 }
 
+// Counted: the stream would ask the platform for each delivery.
 std::int64_t TransferFile::Position() const
 {
-    return static_cast<std::int64_t>(mSliceWriter->tellp());
+    return mSliceWriter->is_open() ? mSliceSize : -1;
 }
 
 void TransferFile::CloseSlice(const std::string& path)
@@ -103,8 +112,9 @@ void TransferFile::CloseSlice(const std::string& path)
     // Together and under the lock: a reader that sees the count finds the path, and no signal falls between its look
     // and its sleep.
     LockScope lock(mSliceMutex);
-    if (!std::exchange(mHasOpened, false))
-        mMissingSlices.push_back(mSlices.size());
+    mSliceSizes.resize(mSlices.size() + 1);
+    mSliceSizes.back() = mHasOpened ? mSliceSize : kMissing;
+    mHasOpened = false;
     mHasWriteFailed = false;
     mSlices.push_back(path);
     ++mSliceCount;
@@ -124,40 +134,11 @@ void TransferFile::NotifySliceReady()
 
 bool TransferFile::Read(char* buffer, std::uint32_t length, std::uint32_t* count)
 {
-    if (!mSliceReader) {
-        if (hasCopiedAll()) {
-            CLIP_LOG(kLogInfo, "Copy %s end.", mFileKey.c_str());
-            mReadSliceIndex = 0;
-            *count = 0;
-            mCopiedSize = 0;
-            return true;
-        }
-        mSliceReader = std::make_unique<std::ifstream>();
-        CLIP_LOG(kLogInfo, "Create new ifstream:%p", static_cast<void*>(mSliceReader.get()));
-    }
-    if (!mSliceReader->is_open()) {
-        if (hasCopiedAll()) {
-            CLIP_LOG(kLogInfo, "Copy end. copyed size:%lld, filesize:%lld", static_cast<long long>(mCopiedSize),
-                     static_cast<long long>(mFileSize));
-            *count = 0;
-            mSliceReader.reset();
-            mReadSliceIndex = 0;
-            return true;
-        }
-        if (mReadSliceIndex == 0)
-            mCopiedSize = 0;
-        if (!awaitNextSlice()) {
-            if (HasLostSlices()) {
-                Restart();
-                *count = 0;
-                return true;
-            }
-            giveUpWaiting(count);
-            return false;
-        }
-        openNextSlice();
-    }
-    readOpenSlice(buffer, length, count);
+    do {
+        const Opening opening = openIfNeeded(count);
+        if (opening != Opening::kOpen)
+            return opening == Opening::kAtEnd;
+    } while (!readOpenSlice(buffer, length, count));
     return true;
 }
 
@@ -186,6 +167,48 @@ void TransferFile::GiveUpReader()
     mSliceReader.reset();
 }
 
+// Makes the reader and has it open a slice, so far as these are not there.
+TransferFile::Opening TransferFile::openIfNeeded(std::uint32_t* count)
+{
+    if (!mSliceReader) {
+        if (hasCopiedAll()) {
+            CLIP_LOG(kLogInfo, "Copy %s end.", mFileKey.c_str());
+            mReadSliceIndex = 0;
+            *count = 0;
+            mCopiedSize = 0;
+            return Opening::kAtEnd;
+        }
+        mSliceReader = std::make_unique<SliceReader>();
+        CLIP_LOG(kLogInfo, "Create new ifstream:%p", static_cast<void*>(mSliceReader.get()));
+    }
+    return mSliceReader->is_open() ? Opening::kOpen : openNextSlice(count);
+}
+
+TransferFile::Opening TransferFile::openNextSlice(std::uint32_t* count)
+{
+    if (hasCopiedAll()) {
+        CLIP_LOG(kLogInfo, "Copy end. copyed size:%lld, filesize:%lld", static_cast<long long>(mCopiedSize),
+                 static_cast<long long>(mFileSize));
+        *count = 0;
+        mSliceReader.reset();
+        mReadSliceIndex = 0;
+        return Opening::kAtEnd;
+    }
+    if (mReadSliceIndex == 0)
+        mCopiedSize = 0;
+    if (awaitNextSlice()) {
+        openFinishedSlice();
+        return Opening::kOpen;
+    }
+    if (HasLostSlices()) {
+        Restart();
+        *count = 0;
+        return Opening::kAtEnd;
+    }
+    giveUpWaiting(count);
+    return Opening::kInVain;
+}
+
 bool TransferFile::hasCopiedAll() const
 {
     return mCopiedSize >= mFileSize;
@@ -194,51 +217,56 @@ bool TransferFile::hasCopiedAll() const
 // Whether there is a slice to open, after a wait if it takes one.
 bool TransferFile::awaitNextSlice()
 {
-    if (!findNextSlice().empty())
+    if (hasNextSlice())
         return true;
     CLIP_LOG(kLogInfo, "Wait slice file.. this=%p", static_cast<void*>(this));
     return WaitSliceReady();
 }
 
-// Empty if that slice is not finished yet.
-std::string TransferFile::findNextSlice()
-{
-    const auto index = static_cast<std::size_t>(mReadSliceIndex);
-    LockScope lock(mSliceMutex);
-    return index < mSlices.size() ? mSlices[index] : std::string();
-}
-
-// Whether the slice was never opened for writing.
-bool TransferFile::isMissing(std::int32_t index)
+bool TransferFile::hasNextSlice()
 {
     LockScope lock(mSliceMutex);
-    return std::find(mMissingSlices.begin(), mMissingSlices.end(), static_cast<std::size_t>(index)) !=
-           mMissingSlices.end();
+    return static_cast<std::size_t>(mReadSliceIndex) < mSlices.size();
 }
 
 // A slice that cannot be opened is read as an empty one, so the file gets a hole there.
-void TransferFile::openNextSlice()
+void TransferFile::openFinishedSlice()
 {
-    mCurrentSlice = findNextSlice();
-    if (!isMissing(mReadSliceIndex))
+    {
+        const auto index = static_cast<std::size_t>(mReadSliceIndex);
+        LockScope lock(mSliceMutex);
+        mCurrentSlice = mSlices[index];
+        mCurrentSliceSize = mSliceSizes[index];
+    }
+    mReadOfSlice = 0;
+    if (mCurrentSliceSize != kMissing)
         openShared(*mSliceReader, mCurrentSlice.c_str(), std::ios_base::in);
     CLIP_LOG(kLogInfo, "Start Read(%d):%s isOpen:%d", mReadSliceIndex, mCurrentSlice.c_str(),
              mSliceReader->is_open() ? 1 : 0);
     ++mReadSliceIndex;
 }
 
-// Looks one byte ahead, so that a slice closes with its last byte and not at the call after it.
-void TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count)
+// A slice closes with its last byte and not at the call after it.
+// @return false if the slice is shorter than what was written: nothing came, and the next slice has its turn
+bool TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count)
 {
+    const bool isBegun = mReadOfSlice > 0;
     *count = readPieces(*mSliceReader, buffer, length);
-    const bool hasMore = *count >= length && mSliceReader->peek() != std::ifstream::traits_type::eof();
     mCopiedSize += *count;
-    if (hasMore)
-        return;
+    mReadOfSlice += *count;
+    if (*count >= length && hasMoreInSlice())
+        return true;
     CLIP_LOG(kLogInfo, "Read file (%s) finish. Close and delete ifstream:%p", mCurrentSlice.c_str(),
              static_cast<void*>(mSliceReader.get()));
     mSliceReader->close();
     mSliceReader.reset();
+    return *count > 0 || !isBegun;
+}
+
+// A look one byte ahead costs as much as a small read, so it is taken at the end of what was written only.
+bool TransferFile::hasMoreInSlice()
+{
+    return mReadOfSlice < mCurrentSliceSize || mSliceReader->peek() != std::ifstream::traits_type::eof();
 }
 
 // What has been copied stays, for the report that follows; the next Read begins the file again.

@@ -111,20 +111,32 @@ public:
 private:
     friend class TestAccess;
 
+    // What a Read finds before it reads.
+    enum class Opening {
+        kOpen,    // a slice, also one that can't be opened
+        kAtEnd,   // no bytes, by right
+        kInVain,  // no slice came
+    };
+
+    Opening openIfNeeded(std::uint32_t* count);
+    Opening openNextSlice(std::uint32_t* count);
     bool hasCopiedAll() const;
     bool awaitNextSlice();
-    std::string findNextSlice();
-    bool isMissing(std::int32_t index);
-    void openNextSlice();
-    void readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
+    bool hasNextSlice();
+    void openFinishedSlice();
+    bool readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
+    bool hasMoreInSlice();
     void giveUpWaiting(std::uint32_t* count);
 
     SliceClaim mClaim;             // safe by itself
     bool mHasOpened = false;       // the writer's: this slice
     bool mHasWriteFailed = false;  // the writer's: of this slice
-    // Positions of slices that were never opened: what lies under their names is not this file's.
-    std::vector<std::size_t> mMissingSlices CLIP_GUARDED_BY(mSliceMutex);
-    std::exception_ptr mReportFailure;  // the reader's: null, mostly
+    std::int64_t mSliceSize = 0;   // the writer's: bytes given to the open slice
+    // Of the finished slices, in bytes; what a failed write kept out is counted. Negative if never opened.
+    std::vector<std::int64_t> mSliceSizes CLIP_GUARDED_BY(mSliceMutex);
+    std::int64_t mCurrentSliceSize = 0;  // the reader's: what mSliceSizes tells of the slice being read
+    std::int64_t mReadOfSlice = 0;       // the reader's: bytes that came from it
+    std::exception_ptr mReportFailure;   // the reader's: null, mostly
 };
 
 }  // namespace sd::clip
