@@ -6,6 +6,8 @@ packages_to_run=(cmake ninja-build g++-mingw-w64-x86-64-posix wine wine64 libcli
 # What the tests, the checks and the benchmark need besides.
 packages_to_test=("${packages_to_run[@]}" git g++ clang clang-format clang-tidy libclang-rt-dev
   nlohmann-json3-dev python3)
+# What counts the library's instructions.
+packages_to_count=(cmake ninja-build g++ googletest python3 valgrind)
 
 # require_packages NAME...: installs what is missing, or prints the one line that would, and ends the script.
 require_packages() {

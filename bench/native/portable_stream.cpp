@@ -1,0 +1,91 @@
+#include "portable_stream.h"
+
+#include <utility>
+
+#include "data_object/transfer_file.h"
+#include "file_stream/read_heartbeat.h"
+#include "log.h"
+
+using namespace sd::clip;
+
+namespace {
+
+// Notes for one scope who reads.
+class ReadingMark {
+public:
+    explicit ReadingMark(std::atomic<std::thread::id>& thread)
+        : mThread(thread), mBefore(thread.exchange(std::this_thread::get_id()))
+    {
+    }
+    ReadingMark(const ReadingMark&) = delete;
+    ReadingMark& operator=(const ReadingMark&) = delete;
+
+    ~ReadingMark()
+    {
+        mThread = mBefore;
+    }
+
+private:
+    std::atomic<std::thread::id>& mThread;
+    const std::thread::id mBefore;
+};
+
+}  // namespace
+
+PortableStream::PortableStream(std::shared_ptr<DetailFileDescription> description,
+                               std::shared_ptr<PortableRequest> request)
+    : mRequest(std::move(request)), mDescription(std::move(description))
+{
+}
+
+bool PortableStream::Read(void* bytes, std::uint32_t length, std::uint32_t* copied)
+{
+    if (mCancelled || mDisconnected)
+        return false;
+    gReadState = ReadState::kInRead;
+    noteReadActivity();
+    const bool result = readCurrentFile(static_cast<char*>(bytes), length, *copied);
+    return result && !mCancelled && !mDisconnected;
+}
+
+bool PortableStream::readCurrentFile(char* buffer, std::uint32_t length, std::uint32_t& copied)
+{
+    if (isReadingHere())
+        return false;
+    const LockScope lock(mMutex);
+    const ReadingMark mark(mReadingThread);
+    if (mCancelled || mDisconnected)
+        return false;
+    TransferFile* const file = findTransferFile();
+    if (file == nullptr || file->HasLostSlices())
+        return false;
+    if (std::exchange(mStartsAnew, false))
+        file->Restart();
+    std::uint32_t count = 0;
+    if (!file->Read(buffer, length, &count) || file->HasLostSlices())
+        return false;
+    copied = count;
+    noteReadActivity();
+    if (file->mCopiedSize == file->mFileSize)
+        CLIP_LOG(kLogInfo, "%s copied finish.", file->mFileKey.c_str());
+    gReadState = ReadState::kBetweenReads;
+    return true;
+}
+
+std::shared_ptr<DetailFileDescription> PortableStream::description() const
+{
+    const LockScope lock(mDescriptionMutex);
+    return mDescription;
+}
+
+TransferFile* PortableStream::findTransferFile()
+{
+    const auto current = description();
+    mTransferFile = current ? mRequest->GetTransferFile(*current) : nullptr;
+    return mTransferFile;
+}
+
+bool PortableStream::isReadingHere() const
+{
+    return mReadingThread == std::this_thread::get_id();
+}
