@@ -7,6 +7,7 @@
 #include "support/recording_log.h"
 
 using sd::clip::logBaseName;
+using sd::clip::logBaseOffset;
 
 static_assert(std::is_same_v<decltype(&lumoraLogPrint), void (*)(int, int, const char*, const char*, ...)>,
               "somebody else's log.dll is called so");
@@ -42,6 +43,12 @@ TEST(Log, TheBaseNameIsWhatFollowsTheLastBackslash)
     EXPECT_STREQ(logBaseName("C:\\source\\engine\\file.cpp"), "file.cpp");
     EXPECT_STREQ(logBaseName("C:\\source/engine\\sub/file.cpp"), "sub/file.cpp");
     EXPECT_STREQ(logBaseName("ends\\"), "");
+}
+
+TEST(Log, TheBaseNameIsFoundWhileCompiling)
+{
+    static_assert(logBaseOffset("C:\\source\\file.cpp") == 10 && logBaseOffset("source/file.cpp") == 0);
+    static_assert(logBaseOffset("") == 0 && logBaseOffset("ends\\") == 5);
 }
 
 TEST(Log, APathWithForwardSlashesOnlyIsPrintedWhole)

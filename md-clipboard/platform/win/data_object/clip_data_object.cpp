@@ -54,8 +54,8 @@ ClipDataObject::~ClipDataObject()
 void ClipDataObject::SetClipboardData(std::shared_ptr<ClipboardData> data)
 {
     const int format = data != nullptr ? static_cast<int>(data->GetFormat()) : 0;
-    lumoraLogPrint(0, kLogInfo, "clipboard", "%s %s(%d): SetClipboardData format:%d", logBaseName(__FILE__), __func__,
-                   __LINE__, format);
+    lumoraLogPrint(0, kLogInfo, "clipboard", "%s %s(%d): SetClipboardData format:%d", CLIP_LOG_FILE, __func__, __LINE__,
+                   format);
     mRequest->SetClipboardData(std::move(data));
     StandingLists::Instance().Add(mRequest);
 }
