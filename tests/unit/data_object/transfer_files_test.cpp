@@ -83,6 +83,19 @@ TEST(TransferFiles, FilesWhoseNamesJoinToTheSameTextShareARecord)
     EXPECT_EQ(files.Find(MakeFileKey(describe("ab", "c"))), first);
 }
 
+TEST(TransferFiles, AFileIsFoundByItsDescriptionWhateverItsLength)
+{
+    TransferFiles files;
+    files.Add("another", 1);
+    for (const std::size_t length : {0, 1, 260, 1023, 1024, 1025, 5000}) {
+        const std::string key = makeBytes(length);
+        EXPECT_EQ(files.Find(describe("", key)), nullptr) << length;
+        TransferFile* const added = files.Add(key, 2);
+        for (const std::size_t pathLength : {std::size_t{0}, length / 3, length})
+            EXPECT_EQ(files.Find(describe(key.substr(0, pathLength), key.substr(pathLength))), added) << length;
+    }
+}
+
 TEST(TransferFiles, TheFirstOfEqualKeysStaysFound)
 {
     TransferFiles files;

@@ -188,7 +188,7 @@ bool FileRequest::callRequestFunction(const ClipfileDescription& file, Clipboard
 
 TransferFile* FileRequest::GetTransferFile(const ClipfileDescription& file)
 {
-    return mTransferFiles.Find(MakeFileKey(file));
+    return mTransferFiles.Find(file);
 }
 
 RequestFileState FileRequest::GetRequestFileState()

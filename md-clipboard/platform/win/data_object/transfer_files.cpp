@@ -1,5 +1,6 @@
 #include "data_object/transfer_files.h"
 
+#include <array>
 #include <utility>
 
 namespace sd::clip {
@@ -9,7 +10,20 @@ std::string MakeFileKey(const ClipfileDescription& file)
     return file.relativePath + file.fileName;
 }
 
-TransferFile* TransferFiles::Find(const std::string& key) const
+// For each delivery and each read: a key of common length takes no memory.
+TransferFile* TransferFiles::Find(const ClipfileDescription& file) const
+{
+    std::array<char, 1024> key;
+    const std::size_t pathSize = file.relativePath.size();
+    const std::size_t size = pathSize + file.fileName.size();
+    if (size > key.size())
+        return Find(MakeFileKey(file));
+    file.relativePath.copy(key.data(), pathSize);
+    file.fileName.copy(key.data() + pathSize, file.fileName.size());
+    return Find(std::string_view(key.data(), size));
+}
+
+TransferFile* TransferFiles::Find(std::string_view key) const
 {
     LockScope lock(mMutex);
     const auto found = mByKey.find(key);

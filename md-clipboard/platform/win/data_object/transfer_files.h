@@ -27,7 +27,8 @@ public:
     TransferFiles& operator=(const TransferFiles&) = delete;
 
     // @return null if there is none
-    TransferFile* Find(const std::string& key) const;
+    TransferFile* Find(std::string_view key) const;
+    TransferFile* Find(const ClipfileDescription& file) const;
 
     // Of several records with one key the first stays the one that is found.
     // @return the new record
