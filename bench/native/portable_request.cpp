@@ -41,7 +41,7 @@ FileDataRequestCallback PortableRequest::MakeSink()
 
 TransferFile* PortableRequest::GetTransferFile(const ClipfileDescription& file) const
 {
-    return mTransferFiles.Find(MakeFileKey(file));
+    return mTransferFiles.Find(file);
 }
 
 void PortableRequest::takeDelivery(const ClipfileDescription& file, const unsigned char* data, unsigned long long size)
@@ -93,16 +93,12 @@ std::string PortableRequest::pathOfSlice(const TransferFile& transfer) const
     return MakeSlicePath(mCacheDirectory, transfer.mFileKey, transfer.SliceCount());
 }
 
-// A log line costs instructions for each letter of its file's path, so here that path is the sink's.
-#line 1 "md-clipboard/platform/win/data_object/transfer_data_sink.cpp"
-
 void PortableRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file,
                                     const unsigned char* data, unsigned long long size)
 {
     TransferFile& transfer = transferFor(file);
-    std::string path;
     if (transfer.NeedsOpening()) {
-        path = pathOfSlice(transfer);
+        const std::string path = pathOfSlice(transfer);
         const bool isOpen = transfer.OpenSlice(path);
         CLIP_LOG(kLogInfo, "File(%s) (%s) is open:%d", path.c_str(), file.fileName.c_str(), isOpen ? 1 : 0);
     }
@@ -115,7 +111,7 @@ void PortableRequest::storeDelivery(ClipboardFileDataImpl& record, const Clipfil
              static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(mTotalFileSize));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
         return;
-    finishSlice(record, transfer, path.empty() ? pathOfSlice(transfer) : path);
+    finishSlice(record, transfer, transfer.SlicePath());
 }
 
 // Without the file's and the list's end, whose events need the engine.

@@ -114,6 +114,16 @@ TEST_F(TransferDataSink, ASliceThatCantBeOpenedStopsNothing)
     EXPECT_NE(RecordingLog::firstLine(5, "File(").message.find("(file0) is open:0"), std::string::npos);
 }
 
+TEST_F(TransferDataSink, ASliceIsFinishedWhereItWasOpenedThoughTheCacheDirectoryChanges)
+{
+    start();
+    mGuest.deliver(0, "01234");
+    const std::string path = slicePath(0, 0);
+    ClipboardImpl::instance()->InitFileLazyRenderer("C:\\another-cache\\");
+    mGuest.deliver(0, "56789");
+    EXPECT_EQ(record(0)->mSlices, std::vector<std::string>{path});
+}
+
 TEST_F(TransferDataSinkOfLargeFiles, ASliceOnDiskEndsWithTheDeliveryThatReachesAMebibyte)
 {
     start();

@@ -108,8 +108,8 @@ private:
     TransferFile& transferFor(const ClipfileDescription& file) CLIP_REQUIRES(mDataLock);
     void storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file, const unsigned char* data,
                        unsigned long long size) CLIP_REQUIRES(mDataLock);
-    void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
-                     const std::string& path) CLIP_REQUIRES(mDataLock);
+    void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName)
+        CLIP_REQUIRES(mDataLock);
     void callCancelFunction(ClipboardFileDataImpl* record) const;
     void closeSlicesIfEnded() CLIP_EXCLUDES(mStateLock);
     std::vector<SliceDigest> digestsOfSlices();

@@ -117,9 +117,8 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
                                 const unsigned char* data, unsigned long long size)
 {
     TransferFile& transfer = transferFor(file);
-    std::string path;  // made where it is needed only: the hash in it is a good part of what a small delivery costs
     if (transfer.NeedsOpening()) {
-        path = pathOfSlice(transfer);
+        const std::string path = pathOfSlice(transfer);  // once for each slice: it takes a hash
         // A failure stops nothing here: the sums go on, and the reader finds the slice missing.
         const bool isOpen = transfer.OpenSlice(path);
         CLIP_LOG(kLogInfo, "File(%s) (%s) is open:%d", path.c_str(), file.fileName.c_str(), isOpen ? 1 : 0);
@@ -133,13 +132,13 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
              static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(GetTotalFileSize()));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
         return;
-    finishSlice(record, transfer, file.fileName, path.empty() ? pathOfSlice(transfer) : path);
+    finishSlice(record, transfer, file.fileName);
 }
 
 // Equality decides: a host that delivers more than a file's size never finishes it.
-void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName,
-                              const std::string& path)
+void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName)
 {
+    const std::string path = transfer.SlicePath();
     transfer.CloseSlice(path);
     CLIP_LOG(kLogInfo, "Download slice:%s finish, filesize=%lld. close this slice. notifySliceReady. transferFile:%p",
              path.c_str(), static_cast<long long>(transfer.mReadySize), static_cast<void*>(&transfer));

@@ -68,6 +68,7 @@ bool TransferFile::OpenSlice(const std::string& path)
 {
     if (mSliceWriter->is_open())
         return true;
+    mSlicePath = path;
     if (!mClaim.Take(nameOfSlices(path)))
         return false;
     LockScope lock(mClaim.WritingMutex());

@@ -37,6 +37,12 @@ public:
     // @return whether a slice is open
     bool OpenSlice(const std::string& path);
 
+    // What OpenSlice was given last: the slice that is open, or could not be opened.
+    const std::string& SlicePath() const
+    {
+        return mSlicePath;
+    }
+
     // Counts the bytes as ready, whether or not the disk took them. What the disk took stands in the file when this
     // returns: nothing is written later.
     void Write(const unsigned char* data, unsigned long long size);
@@ -129,6 +135,7 @@ private:
     void giveUpWaiting(std::uint32_t* count);
 
     SliceClaim mClaim;             // safe by itself
+    std::string mSlicePath;        // the writer's
     bool mHasOpened = false;       // the writer's: this slice
     bool mHasWriteFailed = false;  // the writer's: of this slice
     std::int64_t mSliceSize = 0;   // the writer's: bytes given to the open slice
