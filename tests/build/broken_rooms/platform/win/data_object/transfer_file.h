@@ -1,0 +1,3 @@
+#pragma once
+
+#include "file_stream/stream.h"

@@ -1,0 +1,2 @@
+// refused: lies in no room of the order
+#pragma once

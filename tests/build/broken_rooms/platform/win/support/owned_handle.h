@@ -1,0 +1,6 @@
+#pragma once
+
+inline void close(HANDLE handle)
+{
+    CloseHandle(handle);
+}

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "sd/clip/record.h"

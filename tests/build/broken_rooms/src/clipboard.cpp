@@ -1,0 +1,1 @@
+#include "sd/clip/record.h"
