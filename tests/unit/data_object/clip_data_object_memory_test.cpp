@@ -43,6 +43,7 @@ private:
     }
     static HGLOBAL WINAPI release(HGLOBAL block)
     {
+        EXPECT_EQ(GlobalFlags(block) & GMEM_LOCKCOUNT, 0u);
         sLive.erase(std::remove(sLive.begin(), sLive.end(), block), sLive.end());
         return sRelease(block);
     }

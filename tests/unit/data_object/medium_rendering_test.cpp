@@ -8,6 +8,7 @@
 
 #include "support/file_times.h"
 #include "support/import_hook.h"
+#include "support/journal.h"
 #include "support/recording_log.h"
 
 using namespace sd::clip;
@@ -66,6 +67,7 @@ struct NoLock {
     static inline HGLOBAL freed = nullptr;
     const ImportHook<decltype(&GlobalLock)> lock{nullptr, "GlobalLock", +[](HGLOBAL) -> LPVOID { return nullptr; }};
     const ImportHook<decltype(&GlobalFree)> free{nullptr, "GlobalFree", +[](HGLOBAL block) -> HGLOBAL {
+                                                     Journal::shared().add("free");
                                                      freed = block;
                                                      return nullptr;
                                                  }};
@@ -307,6 +309,25 @@ TEST(FileGroupDescriptor, AFailedLockIsLoggedAndTheBlockFreed)
     EXPECT_EQ(rendered.result, DV_E_FORMATETC);
     EXPECT_NE(NoLock::freed, nullptr);
     EXPECT_EQ(RecordingLog::messages(6), std::vector<std::string>{"GlobalLock gMem fail."});
+}
+
+TEST(FileGroupDescriptor, AFailedLockIsLoggedBeforeTheBlockIsFreed)
+{
+    const NoLock platform;
+    const Rendered rendered({makeFile("a")});
+    EXPECT_EQ(Journal::shared().entries(), (std::vector<std::string>{"log 6 GlobalLock gMem fail.", "free"}));
+}
+
+TEST(RenderedBlocks, AreGivenAwayUnlocked)
+{
+    STGMEDIUM descriptor = {};
+    STGMEDIUM flag = {};
+    ASSERT_EQ(RenderFileGroupDescriptor({makeFile("a")}, descriptor), S_OK);
+    ASSERT_EQ(RenderAsyncFlag(flag), S_OK);
+    for (STGMEDIUM* const medium : {&descriptor, &flag}) {
+        EXPECT_EQ(GlobalFlags(medium->hGlobal) & GMEM_LOCKCOUNT, 0u);
+        ReleaseStgMedium(medium);
+    }
 }
 
 TEST(AsyncFlag, IsTheValueOneInABlockOfFourBytes)

@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "clipboard_win/list_removal.h"
 #include "live_transfer.h"
 #include "support/pumping_thread.h"
 #include "support/wait_until.h"
@@ -361,4 +362,15 @@ TEST_F(ListRemovalTest, AResetLeavesWhatAnotherProgramHasCopied)
     reset();
     mDelivery.run([this] { mEngine->resetOleclipboard(); });
     expectTextStays();
+}
+
+TEST_F(ListRemovalTest, AListThatIsNotThereClosesNothingThatTheThreadHasOpenedItself)
+{
+    for (const Apartment& apartment : {kPlain, kMultithreaded, kWithoutOle}) {
+        onThreadOf(apartment, [] {
+            ASSERT_TRUE(OpenClipboard(nullptr));
+            EXPECT_FALSE(ListRemoval([] { return false; }).isPossible());
+            EXPECT_TRUE(CloseClipboard());
+        });
+    }
 }

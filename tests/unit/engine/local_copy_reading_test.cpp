@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include "engine_access.h"
 #include "sd/clip/clipboard_data.h"
 #include "support/clipboard_owner.h"
@@ -63,6 +65,37 @@ decltype(&FindNextFileW) gRealFindNext = nullptr;
 decltype(&_wstat64) gRealStat = nullptr;
 decltype(&GetFileAttributesW) gRealAttributes = nullptr;
 decltype(&CloseClipboard) gRealClose = nullptr;
+decltype(&GlobalUnlock) gRealUnlock = nullptr;
+
+// Notes what a read gives back, in its order.
+struct WatchedEnd {
+    const ImportHook<decltype(&CloseClipboard)> closeHook{nullptr, "CloseClipboard", +[]() -> BOOL {
+                                                              Journal::shared().add("close");
+                                                              return gRealClose();
+                                                          }};
+    const ImportHook<decltype(&GlobalUnlock)> unlockHook{nullptr, "GlobalUnlock", +[](HGLOBAL block) -> BOOL {
+                                                             Journal::shared().add("unlock");
+                                                             return gRealUnlock(block);
+                                                         }};
+    WatchedEnd()
+    {
+        gRealClose = closeHook.real();
+        gRealUnlock = unlockHook.real();
+        Journal::shared().clear();
+    }
+
+    static std::vector<std::string> givenBack()
+    {
+        std::vector<std::string> given;
+        for (const std::string& entry : Journal::shared().entries()) {
+            if (entry.rfind("log ", 0) != 0)
+                given.push_back(entry);
+        }
+        return given;
+    }
+};
+
+const std::vector<std::string> kUnlockedThenClosed = {"unlock", "close"};
 
 FILETIME makeFileTime(std::int64_t unixSeconds)
 {
@@ -125,6 +158,36 @@ TEST_F(LocalCopy, TextThatCantBeLockedIsNoneAndClosesTheClipboard)
     EXPECT_FALSE(TestAccess::opened(mEngine));
     EXPECT_GE(Journal::shared().find("CloseClipboard"), 0);
     EXPECT_TRUE(RecordingLog::messages(6).empty());
+}
+
+// A block that is read belongs to the clipboard, which may free it once it is closed.
+TEST_F(LocalCopy, FilesAreUnlockedBeforeTheClipboardIsClosed)
+{
+    mOwner.putDropList({mFolder.addFile(L"a.txt")});
+    const WatchedEnd watched;
+    EXPECT_NE(read(), nullptr);
+    EXPECT_EQ(WatchedEnd::givenBack(), kUnlockedThenClosed);
+}
+
+TEST_F(LocalCopy, AnEmptyDropListIsUnlockedBeforeTheClipboardIsClosed)
+{
+    mOwner.putDropList({L"C:\\a"});
+    const ImportHook<decltype(&DragQueryFileW)> query(
+        nullptr, "DragQueryFileW", +[](HDROP, UINT, LPWSTR, UINT) -> UINT { return 0; });
+    const WatchedEnd watched;
+    EXPECT_EQ(read(), nullptr);
+    EXPECT_EQ(WatchedEnd::givenBack(), kUnlockedThenClosed);
+}
+
+TEST_F(LocalCopy, TextIsUnlockedBeforeTheClipboardIsClosed)
+{
+    TestAccess::formatMap(mEngine)[ClipboardFormat::Text] = CF_UNICODETEXT;
+    for (const wchar_t* const text : {L"text", L""}) {
+        mOwner.putText(text);
+        const WatchedEnd watched;
+        mEngine.GetClipboardData(ClipboardFormat::Text);
+        EXPECT_EQ(WatchedEnd::givenBack(), kUnlockedThenClosed);
+    }
 }
 
 // No disk has to keep such times: the platform's answers are the test's.

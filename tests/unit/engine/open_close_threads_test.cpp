@@ -16,6 +16,7 @@ namespace {
 
 // The system's clipboard, which one thread has open at a time; 0: none.
 std::atomic<DWORD> gHolder{0};
+std::atomic<int> gCloses{0};
 
 BOOL WINAPI openAlone(HWND /*owner*/)
 {
@@ -28,6 +29,7 @@ BOOL WINAPI openAlone(HWND /*owner*/)
 
 BOOL WINAPI closeOwn()
 {
+    ++gCloses;
     DWORD self = GetCurrentThreadId();
     if (gHolder.compare_exchange_strong(self, 0))
         return TRUE;
@@ -45,6 +47,7 @@ protected:
     OpenCloseThreads()
     {
         gHolder = 0;
+        gCloses = 0;
     }
 
     ClipboardImpl& mEngine = TestAccess::makeEngine();
@@ -64,6 +67,15 @@ TEST_F(OpenCloseThreads, WhatAnotherThreadsCloseCouldNotCloseIsClosedByTheThread
     EXPECT_EQ(gHolder, 0u);
     EXPECT_EQ(RecordingLog::messages(),
               std::vector<std::string>{"Close clipboard from " + printAddress(&mEngine) + " is already done"});
+}
+
+// Whose answer is not looked at.
+TEST_F(OpenCloseThreads, ACloseOnAnotherThreadAsksThePlatformAndClearsTheNote)
+{
+    EXPECT_TRUE(mEngine.Open());
+    onAnotherThread([this] { EXPECT_TRUE(mEngine.Close()); });
+    EXPECT_EQ(gCloses, 1);
+    EXPECT_FALSE(TestAccess::opened(mEngine));
 }
 
 // As a host's detour beside a read that runs on the worker.

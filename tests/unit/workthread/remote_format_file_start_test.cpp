@@ -94,6 +94,24 @@ HANDLE WINAPI refuseEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR)
     return nullptr;
 }
 
+HANDLE gQueueEvent = nullptr;  // the last event that was made
+HANDLE gWorkThread = nullptr;
+
+HANDLE WINAPI keepEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL signalled, LPCWSTR name)
+{
+    gQueueEvent = gReal<decltype(&CreateEventW)>(security, manual, signalled, name);
+    return gQueueEvent;
+}
+
+BOOL WINAPI noteClosedEvent(HANDLE handle)
+{
+    if (handle == gQueueEvent) {
+        const bool hasEnded = WaitForSingleObject(gWorkThread, 0) == WAIT_OBJECT_0;
+        Journal::shared().add(hasEnded ? "closed after the thread" : "closed while the thread runs");
+    }
+    return gReal<decltype(&CloseHandle)>(handle);
+}
+
 class WorkThreadStart : public WorkThreadFault {
 protected:
     WorkThreadStart()
@@ -238,4 +256,20 @@ TEST_F(WorkThreadStart, WithoutAnEventForTheQueueTheFixedTimeIsAllThereIs)
     const Hook<decltype(&CreateEventW)> hook("CreateEventW", refuseEvent);
     mFile = std::make_unique<RemoteFormatFile>();
     EXPECT_EQ(run([] {}), FuncExecStatus::Executed);
+}
+
+TEST_F(WorkThreadStart, TheEventForTheQueueIsClosedWithTheObjectOnceItsThreadHasEnded)
+{
+    const Hook<decltype(&CreateEventW)> events("CreateEventW", keepEvent);
+    mFile = std::make_unique<RemoteFormatFile>();
+    const HANDLE event = gQueueEvent;
+    EXPECT_EQ(run([] {}), FuncExecStatus::Executed);
+    gQueueEvent = event;
+    gWorkThread = TestAccess::threadHandle(*mFile);
+    Journal::shared().clear();
+    RecordingLog::clear();
+    const Hook<decltype(&CloseHandle)> closing("CloseHandle", noteClosedEvent);
+    mFile.reset();
+    EXPECT_EQ(Journal::shared().entries(),
+              (std::vector<std::string>{"log 5 OLE Thread exit!\n", "closed after the thread"}));
 }
