@@ -11,9 +11,9 @@
 #include "file_utilities/guest_list_check.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/sent_messages.h"
 #include "workthread/future_error_number.h"
 #include "workthread/remote_format_file.h"
-#include "workthread/sent_messages.h"
 
 namespace sd::clip {
 

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "workthread/sent_messages.h"
+#include "support/sent_messages.h"
 
 namespace sd::clip {
 

@@ -8,7 +8,7 @@
 #include "file_utilities/encoding.h"
 #include "file_utilities/search_handle.h"
 #include "log.h"
-#include "workthread/sent_messages.h"
+#include "support/sent_messages.h"
 
 namespace sd::clip {
 
