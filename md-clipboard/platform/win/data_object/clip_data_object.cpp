@@ -11,9 +11,9 @@
 #include "data_object/medium_rendering.h"
 #include "data_object/standing_lists.h"
 #include "file_stream/file_stream.h"
-#include "file_stream/without_exceptions.h"
 #include "file_utilities/detail_file_description.h"
 #include "log.h"
+#include "support/without_exceptions.h"
 
 namespace sd::clip {
 

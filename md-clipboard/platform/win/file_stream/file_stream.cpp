@@ -5,10 +5,10 @@
 #include "data_object/shared_stream_open.h"
 #include "data_object/transfer_file.h"
 #include "file_stream/read_heartbeat.h"
-#include "file_stream/without_exceptions.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
 #include "log.h"
+#include "support/without_exceptions.h"
 
 namespace sd::clip {
 

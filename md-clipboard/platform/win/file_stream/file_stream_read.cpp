@@ -4,8 +4,8 @@
 #include "data_object/transfer_file.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
-#include "file_stream/without_exceptions.h"
 #include "log.h"
+#include "support/without_exceptions.h"
 
 namespace sd::clip {
 
