@@ -7,11 +7,11 @@
 
 #include "clipboard_win/global_lock.h"
 #include "data_object/descriptor_size.h"
-#include "data_object/fast_fail.h"
 #include "file_utilities/detail_file_description.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
 #include "log.h"
+#include "support/fast_fail.h"
 #include "unix_clock.h"
 
 namespace sd::clip {
