@@ -6,8 +6,8 @@
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
-#include "file_utilities/search_handle.h"
 #include "log.h"
+#include "support/search_handle.h"
 #include "support/sent_messages.h"
 
 namespace sd::clip {

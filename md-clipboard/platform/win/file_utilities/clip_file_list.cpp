@@ -11,8 +11,8 @@
 #include "file_utilities/file_description.h"
 #include "file_utilities/file_names.h"
 #include "file_utilities/path_text.h"
-#include "file_utilities/search_handle.h"
 #include "log.h"
+#include "support/search_handle.h"
 
 namespace sd::clip {
 

@@ -7,8 +7,8 @@
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_time.h"
 #include "file_utilities/path_text.h"
-#include "file_utilities/search_handle.h"
 #include "log.h"
+#include "support/search_handle.h"
 
 namespace sd::clip {
 
