@@ -10,9 +10,9 @@
 
 #include <shlobj.h>
 
-#include "clipboard_win/global_lock.h"
 #include "clipboard_writing_fixture.h"
 #include "ole_turn.h"
+#include "support/global_lock.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;

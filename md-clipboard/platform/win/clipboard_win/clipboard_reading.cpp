@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "clipboard_win/clipboard_impl.h"
-#include "clipboard_win/global_lock.h"
 #include "file_utilities/clip_file_list.h"
 #include "file_utilities/encoding.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/global_lock.h"
 
 namespace sd::clip {
 

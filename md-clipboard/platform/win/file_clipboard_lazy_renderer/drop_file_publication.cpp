@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "clipboard_win/global_lock.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "log.h"
+#include "support/global_lock.h"
 
 namespace sd::clip {
 

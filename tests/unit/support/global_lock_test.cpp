@@ -1,4 +1,4 @@
-#include "clipboard_win/global_lock.h"
+#include "support/global_lock.h"
 
 #include <gtest/gtest.h>
 
