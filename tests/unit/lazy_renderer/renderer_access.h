@@ -104,7 +104,7 @@ public:
     }
     static HGLOBAL makeDropFiles(const std::vector<std::wstring>& paths)
     {
-        return Renderer::prepareDropFilesMemory(paths);
+        return Renderer::prepareDropFilesMemory(paths).Release();
     }
     static bool monitorAllDrives(Renderer& renderer)
     {

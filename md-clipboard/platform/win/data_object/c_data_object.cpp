@@ -8,6 +8,7 @@
 #include <new>
 
 #include "log.h"
+#include "support/owned_block.h"
 
 namespace sd::clip {
 
@@ -17,15 +18,14 @@ namespace {
 constexpr char kDummyText[] = "Clipboard Contents";
 
 // Narrow characters under the number of a wide format: a plain object is never put on a clipboard, and whoever makes
-// one expects these bytes. The receiver of the medium frees the block.
+// one expects these bytes.
 HRESULT renderDummyText(STGMEDIUM& medium)
 {
-    const HGLOBAL block = GlobalAlloc(GPTR, sizeof kDummyText);
+    OwnedBlock block(GlobalAlloc(GPTR, sizeof kDummyText));
     if (block == nullptr)
         return E_OUTOFMEMORY;
-    std::memcpy(block, kDummyText, sizeof kDummyText);  // a fixed block's handle is its address
-    medium.hGlobal = block;
-    medium.tymed = TYMED_HGLOBAL;
+    std::memcpy(block.Get(), kDummyText, sizeof kDummyText);  // a fixed block's handle is its address
+    block.GiveTo(medium);
     return S_OK;
 }
 

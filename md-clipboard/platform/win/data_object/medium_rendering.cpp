@@ -3,7 +3,6 @@
 #include <shlobj.h>
 
 #include <cwchar>
-#include <utility>
 
 #include "data_object/descriptor_size.h"
 #include "file_utilities/detail_file_description.h"
@@ -27,33 +26,6 @@ static_assert(sizeof(FILEDESCRIPTORW) == 592 && sizeof(FILEGROUPDESCRIPTORW) == 
 constexpr std::int64_t kUnixEpoch = 116444736000000000;  // 1970 in the platform's ticks since 1601
 constexpr std::int64_t kTicksPerSecond = 10000000;
 constexpr std::uint32_t kNoAttributes = 0xFFFFFFFF;  // INVALID_FILE_ATTRIBUTES
-
-// A block that is freed unless it is given away.
-class OwnedBlock {
-public:
-    explicit OwnedBlock(HGLOBAL block) : mBlock(block) {}
-    ~OwnedBlock()
-    {
-        if (mBlock != nullptr)
-            GlobalFree(mBlock);
-    }
-    OwnedBlock(const OwnedBlock&) = delete;
-    OwnedBlock& operator=(const OwnedBlock&) = delete;
-
-    HGLOBAL get() const
-    {
-        return mBlock;
-    }
-
-    void giveTo(STGMEDIUM& medium)
-    {
-        medium.hGlobal = std::exchange(mBlock, nullptr);
-        medium.tymed = TYMED_HGLOBAL;
-    }
-
-private:
-    HGLOBAL mBlock;
-};
 
 DWORD attributesOf(const ClipfileDescription& file)
 {
@@ -113,14 +85,14 @@ void fillGroup(FILEGROUPDESCRIPTORW& group, const std::vector<ClipfileDescriptio
 
 }  // namespace
 
-HGLOBAL AllocateDescriptorBlock(std::uint64_t entryCount)
+OwnedBlock AllocateDescriptorBlock(std::uint64_t entryCount)
 {
     const auto size = DescriptorBlockSize(entryCount);
     if (!size) {
         CLIP_LOG(kLogError, "The list of %lld files is too long for a descriptor", static_cast<long long>(entryCount));
-        return nullptr;
+        return OwnedBlock(nullptr);
     }
-    const HGLOBAL block = GlobalAlloc(kBlockFlags, *size);
+    OwnedBlock block(GlobalAlloc(kBlockFlags, *size));
     if (block == nullptr)
         CLIP_LOG(kLogError, "GlobalAlloc gMem fail.");
     return block;
@@ -128,33 +100,33 @@ HGLOBAL AllocateDescriptorBlock(std::uint64_t entryCount)
 
 HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files, STGMEDIUM& medium)
 {
-    OwnedBlock block(AllocateDescriptorBlock(files.size()));
-    if (block.get() == nullptr)
+    OwnedBlock block = AllocateDescriptorBlock(files.size());
+    if (block == nullptr)
         return DV_E_FORMATETC;
     {
-        const GlobalLockScope lock(block.get());
+        const GlobalLockScope lock(block.Get());
         if (lock.data() == nullptr) {
             CLIP_LOG(kLogError, "GlobalLock gMem fail.");
             return DV_E_FORMATETC;
         }
         fillGroup(*static_cast<FILEGROUPDESCRIPTORW*>(lock.data()), files);  // throws where memory runs out
     }
-    block.giveTo(medium);
+    block.GiveTo(medium);
     return S_OK;
 }
 
 HRESULT RenderAsyncFlag(STGMEDIUM& medium)
 {
     OwnedBlock block(GlobalAlloc(GHND, sizeof(DWORD)));
-    if (block.get() == nullptr)
+    if (block == nullptr)
         return E_OUTOFMEMORY;
     {
-        const GlobalLockScope lock(block.get());
+        const GlobalLockScope lock(block.Get());
         if (lock.data() == nullptr)
             return E_OUTOFMEMORY;
         *static_cast<DWORD*>(lock.data()) = 1;
     }
-    block.giveTo(medium);
+    block.GiveTo(medium);
     return S_OK;
 }
 

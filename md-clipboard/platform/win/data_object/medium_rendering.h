@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "sd/clip/clipboard_data.h"
+#include "support/owned_block.h"
 
 namespace sd::clip {
 
@@ -20,8 +21,8 @@ HRESULT RenderFileGroupDescriptor(const std::vector<ClipfileDescription>& files,
 
 // The block of a descriptor with so many entries, zeroed. Apart from the rendering, so that it can be asked for a list
 // that is too long for any memory.
-// @return null, with a line in the log, if the block can't be had or would not fit 32 bits
-HGLOBAL AllocateDescriptorBlock(std::uint64_t entryCount);
+// @return none, with a line in the log, if the block can't be had or would not fit 32 bits
+OwnedBlock AllocateDescriptorBlock(std::uint64_t entryCount);
 
 // The 32-bit value 1. @return S_OK or E_OUTOFMEMORY
 HRESULT RenderAsyncFlag(STGMEDIUM& medium);

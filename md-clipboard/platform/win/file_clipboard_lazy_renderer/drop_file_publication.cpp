@@ -34,29 +34,19 @@ void fillDropFiles(void* block, const std::vector<std::wstring>& paths)
     }
 }
 
-// @return a block with the effect, or null
-HGLOBAL prepareEffectMemory(std::uint32_t effect)
-{
-    const HGLOBAL block = GlobalAlloc(GHND, sizeof effect);
-    if (block == nullptr)
-        return nullptr;
-    {
-        const GlobalLockScope lock(block);
-        if (lock.data() != nullptr) {
-            std::memcpy(lock.data(), &effect, sizeof effect);
-            return block;
-        }
-    }
-    GlobalFree(block);
-    return nullptr;
-}
-
 // The best that can be done: whoever pastes without it copies instead of moving, and that lands all the same.
 void setPreferredEffect(std::uint32_t effect)
 {
-    const HGLOBAL block = prepareEffectMemory(effect);
-    if (block != nullptr && SetClipboardData(RegisterClipboardFormatW(CFSTR_PREFERREDDROPEFFECT), block) == nullptr)
-        GlobalFree(block);
+    OwnedBlock block(GlobalAlloc(GHND, sizeof effect));
+    if (block == nullptr)
+        return;
+    {
+        const GlobalLockScope lock(block.Get());
+        if (lock.data() == nullptr)
+            return;
+        std::memcpy(lock.data(), &effect, sizeof effect);
+    }
+    block.GiveToClipboard(RegisterClipboardFormatW(CFSTR_PREFERREDDROPEFFECT));
 }
 
 }  // namespace
@@ -67,10 +57,10 @@ bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vec
     if (!OpenClipboard(nullptr))
         return false;
     EmptyClipboard();
-    const HGLOBAL block = prepareDropFilesMemory(paths);
-    if (block == nullptr || SetClipboardData(CF_HDROP, block) == nullptr) {
+    OwnedBlock block = prepareDropFilesMemory(paths);
+    if (block == nullptr || !block.GiveToClipboard(CF_HDROP)) {
         CloseClipboard();
-        GlobalFree(block);
+        block.Free();
         CLIP_LOG(kLogFatal, "Failed to set drop file clipboard data!");
         return false;
     }
@@ -79,21 +69,20 @@ bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vec
     return true;
 }
 
-HGLOBAL FileClipboardLazyRenderer::prepareDropFilesMemory(const std::vector<std::wstring>& paths)
+OwnedBlock FileClipboardLazyRenderer::prepareDropFilesMemory(const std::vector<std::wstring>& paths)
 {
-    const HGLOBAL block = GlobalAlloc(GHND, measureDropFiles(paths));
+    OwnedBlock block(GlobalAlloc(GHND, measureDropFiles(paths)));
     if (block == nullptr) {
         CLIP_LOG(kLogFatal, "Failed to alloc drop file memory!");
-        return nullptr;
+        return block;
     }
-    void* const data = GlobalLock(block);
-    if (data == nullptr) {
-        GlobalFree(block);
+    const GlobalLockScope lock(block.Get());
+    if (lock.data() == nullptr) {
+        block.Free();
         CLIP_LOG(kLogFatal, "Failed to free drop file memory!");  // the words are not what happened, and they stay
-        return nullptr;
+        return block;
     }
-    fillDropFiles(data, paths);
-    GlobalUnlock(block);
+    fillDropFiles(lock.data(), paths);
     return block;
 }
 

@@ -19,6 +19,7 @@
 
 #include "annotated_mutex.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/owned_block.h"
 
 namespace sd::clip {
 
@@ -71,7 +72,7 @@ private:
 
     // drop_file_publication.cpp
     static bool setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths, std::uint32_t effect);
-    static HGLOBAL prepareDropFilesMemory(const std::vector<std::wstring>& paths);
+    static OwnedBlock prepareDropFilesMemory(const std::vector<std::wstring>& paths);
 
     // copy_consumption.cpp
     bool liesInOwnCache(const std::string& path) const;
