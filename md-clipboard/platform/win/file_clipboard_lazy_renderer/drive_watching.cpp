@@ -11,6 +11,7 @@
 #include "file_clipboard_lazy_renderer/notification_walk.h"
 #include "file_utilities/encoding.h"
 #include "log.h"
+#include "support/owned_handle.h"
 
 namespace sd::clip {
 
@@ -100,29 +101,26 @@ void FileClipboardLazyRenderer::watchDirectory(const std::wstring& root)
     CLIP_LOG(kLogInfo, "WatchDirectory %s", shownRoot.c_str());
     if (!hasVolume(root, shownRoot))
         return;
-    const HANDLE directory =
-        CreateFileW(root.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr);
-    if (directory == INVALID_HANDLE_VALUE) {
+    OwnedHandle directory(CreateFileW(root.c_str(), FILE_LIST_DIRECTORY,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+    if (!directory.IsValid()) {
         CLIP_LOG(kLogFatal, "Failed to create file - %d", static_cast<int>(GetLastError()));
         return;
     }
     std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[kBufferSize]);
     if (buffer == nullptr) {
         CLIP_LOG(kLogFatal, "Failed to create buffer");
-        return;  // decision: the directory stays open
-    }
-    const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    if (event == nullptr) {
-        CLIP_LOG(kLogFatal, "Failed to create event %d", static_cast<int>(GetLastError()));
-        buffer.reset();
-        CloseHandle(directory);
+        directory.Release();  // decision: the directory stays open
         return;
     }
-    watchChanges(root, directory, event, buffer.get());
-    buffer.reset();
-    CloseHandle(event);
-    CloseHandle(directory);
+    const OwnedHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    if (!event.IsValid()) {
+        CLIP_LOG(kLogFatal, "Failed to create event %d", static_cast<int>(GetLastError()));
+        return;
+    }
+    watchChanges(root, directory.Get(), event.Get(), buffer.get());
+    buffer.reset();  // before event and directory
 }
 
 // Until the drive fails. A read that ends with nothing means that changes were lost: the zeroed buffer drops the round.

@@ -7,6 +7,7 @@
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "log.h"
+#include "support/owned_handle.h"
 #include "support/search_handle.h"
 #include "support/sent_messages.h"
 
@@ -60,7 +61,9 @@ private:
 // @param file receives what CreateFileW gave; it is closed afterwards
 bool createEmptyFile(const std::wstring& path, HANDLE& file)
 {
-    file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    OwnedHandle created(
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    file = created.Get();
     // Decision: compared with zero and not with INVALID_HANDLE_VALUE. A file that can't be created shows in its close,
     // if at all.
     if (file == nullptr) {
@@ -69,7 +72,7 @@ bool createEmptyFile(const std::wstring& path, HANDLE& file)
                  WideToUtf8(path).c_str());
         return false;
     }
-    if (!CloseHandle(file)) {
+    if (!created.Close()) {
         const DWORD error = GetLastError();
         CLIP_LOG(kLogFatal, "Failed to close sparce file(%d): %s", static_cast<int>(error), WideToUtf8(path).c_str());
         return false;

@@ -59,8 +59,6 @@ RemoteFormatFile::~RemoteFormatFile()
 {
     EndThread();
     _userMsgSetOle.Discard();
-    if (mQueueStands != nullptr)
-        CloseHandle(mQueueStands);
 }
 
 std::future<FuncExecStatus> RemoteFormatFile::MoveToThread(std::function<void()> func)
@@ -107,9 +105,9 @@ bool RemoteFormatFile::StartThread()
 // A post to a thread without a queue fails, and the job would be lost. A thread that has ended is not waited for.
 void RemoteFormatFile::WaitForQueue() const
 {
-    if (mQueueStands == nullptr)
+    if (!mQueueStands.IsValid())
         return;
-    const HANDLE handles[] = {mQueueStands, mThreadHandle};
+    const HANDLE handles[] = {mQueueStands.Get(), mThreadHandle};
     WaitForMultipleObjects(2, handles, FALSE, kMostTimeForQueue);
 }
 
@@ -153,8 +151,8 @@ void RemoteFormatFile::ServeMessages()
 {
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // makes the thread's queue
-    if (mQueueStands != nullptr)
-        SetEvent(mQueueStands);
+    if (mQueueStands.IsValid())
+        SetEvent(mQueueStands.Get());
     for (;;) {
         while (RunDroppedJob()) {
         }

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "annotated_mutex.h"
+#include "support/owned_handle.h"
 #include "workthread/job_slot.h"
 
 namespace sd::clip {
@@ -71,7 +72,7 @@ private:
     const UINT mExitMessage;
     JobSlot _userMsgSetOle CLIP_GUARDED_BY(mJobLock);
     Mutex mJobLock;                        // held through the start of the thread and the post, never while a job runs
-    const HANDLE mQueueStands;             // event: the thread can be posted to
+    const OwnedHandle mQueueStands;        // event: the thread can be posted to
     std::atomic<bool> mExitWanted{false};  // the exit message was posted
 };
 
