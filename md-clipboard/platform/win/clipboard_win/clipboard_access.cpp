@@ -21,8 +21,7 @@ bool ClipboardImpl::Open()
     }
     DWORD error = 0;
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-        if (OpenClipboard(nullptr)) {
-            mClipboardOpener = GetCurrentThreadId();
+        if (mClipboard.Open()) {
             mClipboardOpened = true;
             CLIP_LOG(kLogInfo, "Open clipboard from %p， attempts = %d", self, attempt);
             return true;
@@ -40,16 +39,14 @@ bool ClipboardImpl::Open()
 bool ClipboardImpl::Close()
 {
     void* const self = this;
-    DWORD opener = GetCurrentThreadId();
-    const bool isOpener = mClipboardOpener.compare_exchange_strong(opener, 0);
     if (!mClipboardOpened) {
         CLIP_LOG(kLogInfo, "Close clipboard from %p is already done", self);
-        if (isOpener)
-            CloseClipboard();
+        if (mClipboard.IsOpenHere())
+            mClipboard.Close();
         return true;
     }
     CLIP_LOG(kLogInfo, "Close clipboard from %p", self);
-    CloseClipboard();
+    mClipboard.Close();
     mClipboardOpened = false;
     return true;
 }

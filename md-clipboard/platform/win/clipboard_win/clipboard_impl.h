@@ -20,6 +20,7 @@
 #include "clipboard_win/latest_task_thread.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
+#include "support/opened_clipboard.h"
 
 namespace sd::clip {
 
@@ -140,7 +141,7 @@ private:
     // Whose object went on the clipboard last. None while another one is on its way there.
     InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
     std::chrono::seconds mLongestInstall{3600};  // no lock: constant
-    std::atomic<DWORD> mClipboardOpener{0};      // the thread that Open opened the clipboard on; 0 if there is none
+    OpenedClipboard mClipboard;                  // what Open opened; safe by itself
 };
 
 }  // namespace sd::clip

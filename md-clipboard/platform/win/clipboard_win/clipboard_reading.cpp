@@ -20,20 +20,20 @@ namespace {
 constexpr auto kLongestWait = std::chrono::milliseconds(50);
 constexpr UINT kAllFiles = 0xFFFFFFFF;  // asks DragQueryFileW for the count
 
-// The clipboard, opened for one read. Closes it at the end of its scope, also when memory runs out in between.
-class OpenedClipboard {
+// The engine's Open and Close for one read. Closes at the end of its scope, also when memory runs out in between.
+class OpenedForRead {
 public:
-    OpenedClipboard(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
+    OpenedForRead(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
         : mReading(readMutex, kLongestWait), mClipboard(clipboard), mOpened(isMyTurn() && clipboard.Open())
     {
     }
-    ~OpenedClipboard()
+    ~OpenedForRead()
     {
         if (mOpened)
             mClipboard.Close();
     }
-    OpenedClipboard(const OpenedClipboard&) = delete;
-    OpenedClipboard& operator=(const OpenedClipboard&) = delete;
+    OpenedForRead(const OpenedForRead&) = delete;
+    OpenedForRead& operator=(const OpenedForRead&) = delete;
 
     explicit operator bool() const
     {
@@ -79,7 +79,7 @@ std::vector<std::wstring> queryPaths(HDROP drop, UINT count)
 DropList readDropList(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
 {
     DropList list;
-    const OpenedClipboard opened(clipboard, readMutex);
+    const OpenedForRead opened(clipboard, readMutex);
     if (!opened) {
         list.failure = DropListFailure::kClipboardBusy;
         return list;
@@ -136,7 +136,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat f
 std::shared_ptr<ClipboardData> ClipboardImpl::readText()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    const OpenedClipboard opened(*this, mReadMutex);
+    const OpenedForRead opened(*this, mReadMutex);
     if (!opened)
         return nullptr;
     std::string text;

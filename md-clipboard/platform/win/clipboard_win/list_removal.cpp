@@ -23,16 +23,11 @@ ListRemoval::ListRemoval(std::function<bool()> isListThere) : mIsListThere(std::
     mIsPossible = canHaveJoinedOle() ? mIsListThere() : open();
 }
 
-ListRemoval::~ListRemoval()
-{
-    close();
-}
-
 // Under Wine a clipboard that is open without a window can be taken over by another thread, as the library's worker
 // does when it looks at a change. The emptying fails then, and is tried again.
 void ListRemoval::empty()
 {
-    if (!mIsOpen && (emptyByOle() != CO_E_NOTINITIALIZED || !open()))
+    if (!mClipboard.IsOpenHere() && (emptyByOle() != CO_E_NOTINITIALIZED || !open()))
         return;
     while (!EmptyClipboard() && openAgain()) {
     }
@@ -52,11 +47,10 @@ HRESULT ListRemoval::emptyByOle()
 bool ListRemoval::open()
 {
     while (mIsListThere()) {
-        mIsOpen = OpenClipboard(nullptr) != FALSE;
-        if (mIsOpen || !mPauses.Next())
+        if (mClipboard.Open() || !mPauses.Next())
             break;
     }
-    const bool isThere = mIsOpen && mIsListThere();
+    const bool isThere = mClipboard.IsOpenHere() && mIsListThere();
     if (!isThere)
         close();
     return isThere;
@@ -70,8 +64,8 @@ bool ListRemoval::openAgain()
 
 void ListRemoval::close()
 {
-    if (std::exchange(mIsOpen, false))
-        CloseClipboard();
+    if (mClipboard.IsOpenHere())
+        mClipboard.Close();
 }
 
 }  // namespace sd::clip

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "support/opened_clipboard.h"
 #include "support/sent_messages.h"
 
 namespace sd::clip {
@@ -22,7 +23,6 @@ public:
     // Looks. Waits for up to a second for a clipboard that another program has open.
     // @param isListThere whether the clipboard holds the list; asked several times, while this object lives
     explicit ListRemoval(std::function<bool()> isListThere);
-    ~ListRemoval();
     ListRemoval(const ListRemoval&) = delete;
     ListRemoval& operator=(const ListRemoval&) = delete;
 
@@ -43,7 +43,7 @@ private:
 
     const std::function<bool()> mIsListThere;
     ServingPauses mPauses;
-    bool mIsOpen = false;  // by this object
+    OpenedClipboard mClipboard;
     bool mIsPossible = false;
 };
 

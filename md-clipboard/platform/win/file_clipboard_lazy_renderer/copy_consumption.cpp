@@ -9,6 +9,7 @@
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "log.h"
+#include "support/opened_clipboard.h"
 
 namespace sd::clip {
 
@@ -18,15 +19,16 @@ constexpr DWORD kOpenTimeout = 1000;  // milliseconds
 constexpr DWORD kOpenPause = 100;     // milliseconds
 constexpr UINT kAllFiles = 0xFFFFFFFF;
 
-// Waits for a program that holds the clipboard. Whether it was opened shows when it is read.
-void openPatiently()
+// Waits for a program that holds the clipboard. Decision: whether the clipboard was opened shows when it is read, and
+// it is closed in any case.
+void openPatiently(OpenedClipboard& clipboard)
 {
-    if (OpenClipboard(nullptr))
+    if (clipboard.Open())
         return;
     DWORD error = GetLastError();
     for (DWORD waited = 0; error == ERROR_ACCESS_DENIED && waited < kOpenTimeout; waited += kOpenPause) {
         Sleep(kOpenPause);
-        if (OpenClipboard(nullptr))
+        if (clipboard.Open())
             return;
         error = GetLastError();
         CLIP_LOG(kLogError, "Open clipboard fail. error:%d", static_cast<int>(error));
@@ -52,28 +54,29 @@ bool FileClipboardLazyRenderer::ConsumeCopy()
     CLIP_LOG(kLogInfo, "Consume file lazy renderer copy %d", pending ? 1 : 0);
     if (pending)
         return true;
-    openPatiently();
+    OpenedClipboard clipboard;
+    openPatiently(clipboard);
     const HANDLE block = GetClipboardData(CF_HDROP);
     if (block == nullptr) {
-        CloseClipboard();
+        clipboard.Close();
         CLIP_LOG(kLogError, "Get clipboard data failed! error code %d", static_cast<int>(GetLastError()));
         return false;
     }
     if (GlobalLock(block) == nullptr) {
-        CloseClipboard();
+        clipboard.Close();
         CLIP_LOG(kLogError, "GlobalLock error!");
         return false;
     }
     const auto drop = static_cast<HDROP>(block);
     const UINT count = DragQueryFileW(drop, kAllFiles, nullptr, 0);
     if (count == 0) {
-        CloseClipboard();
+        clipboard.Close();
         CLIP_LOG(kLogError, "Invalid copy files!");
         return false;  // decision: the block stays locked
     }
     const bool isOwn = count == 1 && liesInOwnCache(readOnlyPath(drop));
     GlobalUnlock(block);
-    CloseClipboard();
+    clipboard.Close();
     return isOwn;
 }
 

@@ -6,6 +6,7 @@
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "log.h"
 #include "support/global_lock.h"
+#include "support/opened_clipboard.h"
 
 namespace sd::clip {
 
@@ -54,18 +55,18 @@ void setPreferredEffect(std::uint32_t effect)
 bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths,
                                                                   std::uint32_t effect)
 {
-    if (!OpenClipboard(nullptr))
+    OpenedClipboard clipboard;
+    if (!clipboard.Open())
         return false;
     EmptyClipboard();
     OwnedBlock block = prepareDropFilesMemory(paths);
     if (block == nullptr || !block.GiveToClipboard(CF_HDROP)) {
-        CloseClipboard();
+        clipboard.Close();
         block.Free();
         CLIP_LOG(kLogFatal, "Failed to set drop file clipboard data!");
         return false;
     }
     setPreferredEffect(effect);
-    CloseClipboard();
     return true;
 }
 
