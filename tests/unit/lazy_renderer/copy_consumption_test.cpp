@@ -322,6 +322,19 @@ TEST_F(CopyConsumption, AnotherErrorOfTheOpeningEndsTheTriesAtOnce)
                               "log 6 Get clipboard data failed! error code 0"}));
 }
 
+// Where a host's code on this thread has left the clipboard open.
+TEST_F(CopyConsumption, AListThatCanBeReadThoughTheOpeningFailedIsUnlockedAndTheClipboardClosed)
+{
+    mOwner.putDropList({L"C:\\a", L"C:\\b"});
+    ASSERT_TRUE(OpenClipboard(nullptr));
+    Failing failing;
+    failing.opens = 1;
+    failing.openError = ERROR_INVALID_WINDOW_HANDLE;
+    EXPECT_EQ(consumeWith(failing),
+              (JournalEntries{kNotPending, "open", "read 15", "lock", "count", "unlock", "close"}));
+    EXPECT_FALSE(EmptyClipboard());
+}
+
 TEST_F(CopyConsumption, AClipboardThatAnotherProcessHoldsIsNotOursAfterASecond)
 {
     const ClipboardHolder holder;
