@@ -1,8 +1,6 @@
 // Turns what is on the system clipboard into a record for the host.
 #include <windows.h>
 
-#include <shellapi.h>
-
 #include <chrono>
 #include <utility>
 
@@ -11,6 +9,7 @@
 #include "file_utilities/encoding.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/drop_list.h"
 #include "support/global_lock.h"
 
 namespace sd::clip {
@@ -18,7 +17,6 @@ namespace sd::clip {
 namespace {
 
 constexpr auto kLongestWait = std::chrono::milliseconds(50);
-constexpr UINT kAllFiles = 0xFFFFFFFF;  // asks DragQueryFileW for the count
 
 // The engine's Open and Close for one read. Closes at the end of its scope, also when memory runs out in between.
 class OpenedForRead {
@@ -55,53 +53,51 @@ private:
     const bool mOpened;
 };
 
-enum class DropListFailure { kNone, kClipboardBusy, kNoData, kNotLocked, kEmpty };
+enum class ReadFailure { kNone, kClipboardBusy, kNoData, kNotLocked, kEmpty };
 
-struct DropList {
-    DropListFailure failure = DropListFailure::kNone;
+struct CopiedFiles {
+    ReadFailure failure = ReadFailure::kNone;
     DWORD error = 0;                  // of kNoData
     std::vector<std::wstring> paths;  // each with its terminator counted in its size
 };
 
 // Paths are not limited in length. A path that the platform does not give is left out.
-std::vector<std::wstring> queryPaths(HDROP drop, UINT count)
+std::vector<std::wstring> readPaths(const DropList& list, UINT count)
 {
     std::vector<std::wstring> paths;
     for (UINT index = 0; index < count; ++index) {
-        const UINT length = DragQueryFileW(drop, index, nullptr, 0);
-        std::wstring path(static_cast<std::size_t>(length) + 1, L'\0');
-        if (DragQueryFileW(drop, index, path.data(), length + 1) != 0)
+        std::wstring path = list.ReadPath(index);
+        if (!path.empty())
             paths.push_back(std::move(path));
     }
     return paths;
 }
 
-DropList readDropList(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
+CopiedFiles readCopiedFiles(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
 {
-    DropList list;
+    CopiedFiles files;
     const OpenedForRead opened(clipboard, readMutex);
     if (!opened) {
-        list.failure = DropListFailure::kClipboardBusy;
-        return list;
+        files.failure = ReadFailure::kClipboardBusy;
+        return files;
     }
-    const HANDLE handle = ::GetClipboardData(CF_HDROP);
-    if (handle == nullptr) {
-        list.error = GetLastError();
-        list.failure = DropListFailure::kNoData;
-        return list;
+    const HANDLE block = ::GetClipboardData(CF_HDROP);
+    if (block == nullptr) {
+        files.error = GetLastError();
+        files.failure = ReadFailure::kNoData;
+        return files;
     }
-    const GlobalLockScope lock(handle);
-    if (lock.data() == nullptr) {
-        list.failure = DropListFailure::kNotLocked;
-        return list;
+    const DropList list(block);
+    if (!list.IsLocked()) {
+        files.failure = ReadFailure::kNotLocked;
+        return files;
     }
-    const auto drop = static_cast<HDROP>(handle);
-    const UINT count = DragQueryFileW(drop, kAllFiles, nullptr, 0);
+    const UINT count = list.CountFiles();
     if (count == 0)
-        list.failure = DropListFailure::kEmpty;
+        files.failure = ReadFailure::kEmpty;
     else
-        list.paths = queryPaths(drop, count);
-    return list;
+        files.paths = readPaths(list, count);
+    return files;
 }
 
 }  // namespace
@@ -188,24 +184,24 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
 std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    const DropList list = readDropList(*this, mReadMutex);
-    switch (list.failure) {
-        case DropListFailure::kNone:
+    const CopiedFiles files = readCopiedFiles(*this, mReadMutex);
+    switch (files.failure) {
+        case ReadFailure::kNone:
             break;
-        case DropListFailure::kClipboardBusy:
+        case ReadFailure::kClipboardBusy:
             return nullptr;
-        case DropListFailure::kNoData:
-            CLIP_LOG(kLogError, "Get clipboard data failed! error code %d", static_cast<int>(list.error));
+        case ReadFailure::kNoData:
+            CLIP_LOG(kLogError, "Get clipboard data failed! error code %d", static_cast<int>(files.error));
             return nullptr;
-        case DropListFailure::kNotLocked:
+        case ReadFailure::kNotLocked:
             CLIP_LOG(kLogError, "GlobalLock error!");
             return nullptr;
-        case DropListFailure::kEmpty:
+        case ReadFailure::kEmpty:
             CLIP_LOG(kLogError, "DragQueryFile error, Files == 0!");
             return nullptr;
     }
     auto paths = std::make_shared<std::vector<std::string>>();
-    for (const std::wstring& path : list.paths) {
+    for (const std::wstring& path : files.paths) {
         std::string text = WideToUtf8(path);
         if (!text.empty())
             paths->push_back(std::move(text));

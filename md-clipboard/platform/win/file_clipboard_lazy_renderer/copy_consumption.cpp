@@ -1,14 +1,11 @@
 // Whether a clipboard change is the library's own.
 #include <windows.h>
 
-#include <shellapi.h>
-
-#include <algorithm>
-
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "log.h"
+#include "support/drop_list.h"
 #include "support/opened_clipboard.h"
 
 namespace sd::clip {
@@ -17,7 +14,6 @@ namespace {
 
 constexpr DWORD kOpenTimeout = 1000;  // milliseconds
 constexpr DWORD kOpenPause = 100;     // milliseconds
-constexpr UINT kAllFiles = 0xFFFFFFFF;
 
 // Waits for a program that holds the clipboard. Decision: whether the clipboard was opened shows when it is read, and
 // it is closed in any case.
@@ -33,15 +29,6 @@ void openPatiently(OpenedClipboard& clipboard)
         error = GetLastError();
         CLIP_LOG(kLogError, "Open clipboard fail. error:%d", static_cast<int>(error));
     }
-}
-
-// Whole, however long it is.
-std::string readOnlyPath(HDROP drop)
-{
-    const UINT length = DragQueryFileW(drop, 0, nullptr, MAX_PATH);
-    std::wstring path(std::max<std::size_t>(std::size_t{length} + 1, MAX_PATH), L'\0');
-    DragQueryFileW(drop, 0, path.data(), length + 1);
-    return WideToUtf8(path.c_str());
 }
 
 }  // namespace
@@ -62,20 +49,21 @@ bool FileClipboardLazyRenderer::ConsumeCopy()
         CLIP_LOG(kLogError, "Get clipboard data failed! error code %d", static_cast<int>(GetLastError()));
         return false;
     }
-    if (GlobalLock(block) == nullptr) {
+    DropList list(block);
+    if (!list.IsLocked()) {
         clipboard.Close();
         CLIP_LOG(kLogError, "GlobalLock error!");
         return false;
     }
-    const auto drop = static_cast<HDROP>(block);
-    const UINT count = DragQueryFileW(drop, kAllFiles, nullptr, 0);
+    const UINT count = list.CountFiles();
     if (count == 0) {
+        list.StayLocked();  // decision: for ever
         clipboard.Close();
         CLIP_LOG(kLogError, "Invalid copy files!");
-        return false;  // decision: the block stays locked
+        return false;
     }
-    const bool isOwn = count == 1 && liesInOwnCache(readOnlyPath(drop));
-    GlobalUnlock(block);
+    const bool isOwn = count == 1 && liesInOwnCache(WideToUtf8(list.ReadPath(0).c_str()));
+    list.Unlock();
     clipboard.Close();
     return isOwn;
 }

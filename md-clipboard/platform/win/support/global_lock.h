@@ -9,12 +9,8 @@ namespace sd::clip {
 
 class GlobalLockScope {
 public:
-    explicit GlobalLockScope(HGLOBAL handle) : mHandle(handle), mData(GlobalLock(handle)) {}
-    ~GlobalLockScope()
-    {
-        if (mData != nullptr)
-            GlobalUnlock(mHandle);
-    }
+    explicit GlobalLockScope(HGLOBAL handle);
+    ~GlobalLockScope();
     GlobalLockScope(const GlobalLockScope&) = delete;
     GlobalLockScope& operator=(const GlobalLockScope&) = delete;
 
@@ -24,20 +20,21 @@ public:
         return mData;
     }
 
-    // The block as wide text, up to its terminator or, where it has none, to its end.
-    std::wstring textUpToTerminator() const
+    // Unlocks now, where an order is fixed. Only for a block that is locked.
+    void Unlock();
+
+    // The block is not unlocked at the end.
+    void StayLocked()
     {
-        const auto* text = static_cast<const wchar_t*>(mData);
-        const std::size_t most = GlobalSize(mHandle) / sizeof(wchar_t);
-        std::size_t length = 0;
-        while (length < most && text[length] != L'\0')
-            ++length;
-        return std::wstring(text, length);
+        mData = nullptr;
     }
+
+    // The block as wide text, up to its terminator or, where it has none, to its end.
+    std::wstring textUpToTerminator() const;
 
 private:
     const HGLOBAL mHandle;
-    void* const mData;
+    void* mData;
 };
 
 }  // namespace sd::clip
