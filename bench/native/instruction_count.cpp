@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "counted_calls.h"
-#include "data_object/transfer_events.h"
 #include "file_stream/read_heartbeat.h"
 #include "lumora_log.h"
 #include "portable_request.h"
@@ -23,9 +22,6 @@ using namespace sd::clip;
 
 // Nothing is counted but the library: its log goes nowhere.
 extern "C" void lumoraLogPrint(int /*module*/, int /*level*/, const char* /*tag*/, const char* /*format*/, ...) {}
-
-// A Read that comes back without bytes tells it.
-void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/) {}
 
 namespace {
 

@@ -7,13 +7,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "data_object/transfer_events.h"
 #include "fuzz_check.h"
-
-void sd::clip::reportDownloadTimeout(std::int64_t, std::int64_t)
-{
-    require(false, "no read waits in vain");
-}
 
 namespace {
 

@@ -9,7 +9,6 @@
 #include <string>
 #include <thread>
 
-#include "data_object/transfer_events.h"
 #include "data_object/transfer_file.h"
 #include "sample_transfer.h"
 
@@ -24,11 +23,6 @@ public:
 };
 
 }  // namespace sd::clip
-
-void sd::clip::reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
-{
-    ADD_FAILURE() << "a slice was waited for in vain";
-}
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <thread>
 #include <vector>
 
-#include "data_object/transfer_events.h"
 #include "data_object/transfer_file.h"
 #include "sample_transfer.h"
+#include "support/event_engine.h"
 #include "support/recording_log.h"
 
 namespace {
@@ -116,11 +116,16 @@ void expectThirtySeconds(const VainRead& read)
     EXPECT_LT(read.length, seconds(45));
 }
 
-}  // namespace
-
-void sd::clip::reportDownloadTimeout(std::int64_t fileSize, std::int64_t copiedSize)
+// The last number before the slash of the message.
+std::int64_t copiedSizeOf(const EngineEvent& event)
 {
-    Report report{fileSize, copiedSize, false, -1};
+    return std::stoll(event.message.substr(event.message.rfind(':') + 1));
+}
+
+void noteReport(const EngineEvent& event)
+{
+    const std::int64_t fileSize = event.number;
+    Report report{fileSize, copiedSizeOf(event), false, -1};
     if (fileSize == gReportedSize) {
         report.readerGone = gReported->mSliceReader == nullptr;
         report.readSliceIndex = gReported->mReadSliceIndex;
@@ -130,6 +135,11 @@ void sd::clip::reportDownloadTimeout(std::int64_t fileSize, std::int64_t copiedS
     if (fileSize == kThrowingSize)
         throw std::runtime_error("the host's");
 }
+
+// Heard before the first wait.
+const EventEngine gEngine(&noteReport);
+
+}  // namespace
 
 TEST(TransferFileTimeout, AReadWithoutASliceFailsAfterThirtySeconds)
 {

@@ -7,15 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "data_object/transfer_events.h"
 #include "sample_transfer.h"
 
 namespace sd::clip {
-
-void reportDownloadTimeout(std::int64_t /*fileSize*/, std::int64_t /*copiedSize*/)
-{
-    ADD_FAILURE() << "nothing is read here";
-}
 
 class TestAccess {
 public:

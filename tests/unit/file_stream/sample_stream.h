@@ -1,5 +1,4 @@
-// A stream for tests: descriptions, a transfer whose records the test fills, and a look inside. Included once by each
-// program, since it also brings the event that a slice that does not come raises.
+// A stream for tests: descriptions, a transfer whose records the test fills, and a look inside.
 #pragma once
 
 #include <windows.h>
@@ -18,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "data_object/transfer_events.h"
 #include "data_object/transfer_files.h"
 #include "file_stream/file_stream.h"
+#include "support/event_engine.h"
 #include "support/recording_log.h"
 #include "support/temporary_folder.h"
 
@@ -303,7 +302,7 @@ inline STATSTG statistics(IStream& stream, DWORD flags = STATFLAG_DEFAULT)
     return statistics;
 }
 
-// What reportDownloadTimeout was told, and what a host's listener does then.
+// What the events tell of slices that did not come, and what a host's listener does then.
 struct DownloadTimeouts {
     std::mutex mutex;
     std::vector<std::pair<std::int64_t, std::int64_t>> reported;  // file size, copied size
@@ -316,12 +315,15 @@ inline DownloadTimeouts& downloadTimeouts()
     return timeouts;
 }
 
-void sd::clip::reportDownloadTimeout(std::int64_t fileSize, std::int64_t copiedSize)
+inline void noteDownloadTimeout(const EngineEvent& event)
 {
+    const std::int64_t copiedSize = std::stoll(event.message.substr(event.message.rfind(':') + 1));
     {
         const std::lock_guard<std::mutex> lock(downloadTimeouts().mutex);
-        downloadTimeouts().reported.emplace_back(fileSize, copiedSize);
+        downloadTimeouts().reported.emplace_back(event.number, copiedSize);
     }
     if (downloadTimeouts().duringReport)
-        downloadTimeouts().duringReport(fileSize);
+        downloadTimeouts().duringReport(event.number);
 }
+
+inline const EventEngine gDownloadTimeoutsEngine(&noteDownloadTimeout);

@@ -25,7 +25,7 @@ struct CacheDirectory {
     std::string path CLIP_GUARDED_BY(mutex);
 };
 
-CacheDirectory& cacheDirectory()
+CacheDirectory& storedCacheDirectory()
 {
     static auto& directory = *new CacheDirectory;  // never destroyed: threads read it until the process ends
     return directory;
@@ -43,7 +43,9 @@ void pinModule()
 std::shared_ptr<ClipboardImpl> makeEngine()
 {
     pinModule();
-    return std::shared_ptr<ClipboardImpl>(new ClipboardImpl, [](ClipboardImpl*) {});
+    std::shared_ptr<ClipboardImpl> engine(new ClipboardImpl, [](ClipboardImpl*) {});
+    ClipboardEngine::Register(*engine);
+    return engine;
 }
 
 }  // namespace
@@ -73,9 +75,14 @@ ClipboardImpl::ClipboardImpl()
 
 std::string ClipboardImpl::GetCacheDirectory()
 {
-    CacheDirectory& cache = cacheDirectory();
+    CacheDirectory& cache = storedCacheDirectory();
     LockScope lock(cache.mutex);
     return cache.path;
+}
+
+std::string ClipboardImpl::cacheDirectory() const
+{
+    return GetCacheDirectory();
 }
 
 void ClipboardImpl::SetFileClipboardSupported(bool supported)
@@ -107,7 +114,7 @@ bool ClipboardImpl::IsFormatAvailable(ClipboardFormat /*format*/)
 bool ClipboardImpl::InitFileLazyRenderer(std::string directory)
 {
     {
-        CacheDirectory& cache = cacheDirectory();
+        CacheDirectory& cache = storedCacheDirectory();
         LockScope lock(cache.mutex);
         cache.path = directory;
     }

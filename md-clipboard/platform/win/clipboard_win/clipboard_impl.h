@@ -20,6 +20,7 @@
 #include "clipboard_win/latest_task_thread.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
+#include "support/clipboard_engine.h"
 #include "support/opened_clipboard.h"
 
 namespace sd::clip {
@@ -30,7 +31,7 @@ enum class FuncExecStatus : std::int32_t;
 
 // Threads: any, at once. No lock is held during a call to the host. Made once and never destroyed: detached threads
 // use it until the process ends.
-class ClipboardImpl : public Clipboard {
+class ClipboardImpl : public Clipboard, public ClipboardEngine {
 public:
     ClipboardImpl();
     ~ClipboardImpl() = delete;
@@ -58,25 +59,20 @@ public:
     void NotifyFileLazyRenderingComplete(std::int32_t result) override;
     void SetSupportFileClipboardFullPostProcessMode(bool supported) override;
 
-    // Forwards to the listener's OnClipboardEvent, on the calling thread; nothing without a listener.
+    // ClipboardEngine:
     void notifyClipboardEvent(std::string operation, std::string stage, std::string dataType, std::int64_t number,
-                              std::string message, std::string result, std::string errorCode, std::string errorDetail)
-        CLIP_EXCLUDES(mStateMutex);
+                              std::string message, std::string result, std::string errorCode,
+                              std::string errorDetail) override CLIP_EXCLUDES(mStateMutex);
+    std::string cacheDirectory() const override;
+    void resetOleclipboardOf(const FileRequest& request) override;
+    void resetClipCObjectData(ClipDataObject* object) override;
 
     // Has the worker look at the clipboard, if the message is a clipboard update; returns at once. Lets no exception
     // out, since its callers are a window procedure and a thread.
     void onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-    // Forgets the data object if it is still the noted one: an old object that dies after a newer one was noted must
-    // not clear the newer note.
-    void resetClipCObjectData(ClipDataObject* object);
-
-    // Takes the list that was installed last off the clipboard, if it is still there: nobody's newer copy is emptied.
-    // From any thread, which must hold no lock: the emptying waits for the thread that serves the data object.
+    // Like resetOleclipboardOf, with the list that was installed last.
     void resetOleclipboard();
-
-    // The same with the request's list.
-    void resetOleclipboardOf(const FileRequest& request);
 
 private:
     friend class TestAccess;
@@ -89,7 +85,6 @@ private:
     void onDetectCopy(HWND window, unsigned long long wParam, long long lParam);
     ClipboardFormat clipFormatFromPlatform(UINT platformFormat);
     bool passesFileGates(const std::vector<UINT>& platformFormats);
-    void reportIgnoredCopy(const char* message);
 
     // clipboard_reading.cpp
     std::shared_ptr<ClipboardData> readText();

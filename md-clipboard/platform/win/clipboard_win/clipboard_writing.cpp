@@ -11,6 +11,7 @@
 #include "file_utilities/guest_list_check.h"
 #include "log.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/clipboard_events.h"
 #include "support/sent_messages.h"
 #include "workthread/future_error_number.h"
 #include "workthread/remote_format_file.h"
@@ -91,8 +92,7 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
     const std::int64_t fileCount = countFiles(data);
     if (!mFileClipboardSupported) {
         CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
-        notifyClipboardEvent("setClipboard", "condition", "file", fileCount,
-                             "received guest file list but guest not support", "sucess", "", "");
+        RaiseListUnsupported(*this, fileCount);
         return false;
     }
     if (format == ClipboardFormat::FileLazy) {
@@ -103,8 +103,7 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
     const std::shared_ptr<FileRequest> current = currentRequest();
     if (current != nullptr && current->IsDataTransfering()) {
         CLIP_LOG(kLogError, "not support set clipboard when file is transfering");
-        notifyClipboardEvent("setClipboard", "condition", "file", fileCount,
-                             "received guest file list when some file is transferring, ignore", "sucess", "", "");
+        RaiseListDuringTransfer(*this, fileCount);
         return false;
     }
     return !isInsidePaste() && !isRefused(data, PasteRoute::kStreamed) && setFileList(std::move(data), fileCount);
@@ -129,13 +128,11 @@ bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_
     }
     if (status == std::future_status::timeout) {
         RemoteFormatFile::Instance().MoveToThread(nullptr);  // withdraws the job
-        notifyClipboardEvent("setClipboard", "setFail", "file", fileCount, "set guest file list to clipboard fail",
-                             "error", "1501", "set data to ole clipboard fail");
+        RaiseListFailed(*this, fileCount);
         return false;
     }
     // What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
-    notifyClipboardEvent("setClipboard", "setComplete", "file", fileCount, "set guest file list to clipboard complete",
-                         "sucess", "", "");
+    RaiseListComplete(*this, fileCount);
     return true;
 }
 

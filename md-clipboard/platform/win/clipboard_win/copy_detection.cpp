@@ -5,6 +5,7 @@
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/file_request.h"
 #include "log.h"
+#include "support/clipboard_events.h"
 
 namespace sd::clip {
 
@@ -59,7 +60,7 @@ void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/,
     const std::shared_ptr<FileRequest> request = currentRequest();
     if (request != nullptr && request->IsDataTransfering()) {
         CLIP_LOG(kLogError, "not support onDetectCopy when file is transferring");
-        reportIgnoredCopy("client copy file when some file is transferring, ignore");
+        RaiseCopyDuringTransfer(*this);
         return;
     }
 
@@ -97,21 +98,15 @@ bool ClipboardImpl::passesFileGates(const std::vector<UINT>& platformFormats)
 {
     if (!mFileClipboardSupported) {
         CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
-        reportIgnoredCopy("client copy file but guest not support");
+        RaiseCopyUnsupported(*this);
         return false;
     }
     if (std::find(platformFormats.begin(), platformFormats.end(), CF_BITMAP) != platformFormats.end()) {
         CLIP_LOG(kLogInfo, "Qsp file clipboard ignore when pic copy at same time");
-        reportIgnoredCopy("client copy file when pic copy at same time, ignore");
+        RaiseCopyWithPicture(*this);
         return false;
     }
     return true;
-}
-
-// Hosts compare the result word, so its spelling stays; an ignored copy is a condition and no error.
-void ClipboardImpl::reportIgnoredCopy(const char* message)
-{
-    notifyClipboardEvent("clipboardFileCopy", "condition", "file", -1, message, "sucess", "", "");
 }
 
 }  // namespace sd::clip

@@ -7,12 +7,13 @@
 #include <new>
 #include <utility>
 
-#include "clipboard_win/clipboard_impl.h"
 #include "data_object/medium_rendering.h"
 #include "data_object/standing_lists.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/detail_file_description.h"
 #include "log.h"
+#include "support/clipboard_engine.h"
+#include "support/clipboard_events.h"
 #include "support/without_exceptions.h"
 
 namespace sd::clip {
@@ -24,14 +25,6 @@ std::shared_ptr<ClipboardFileDataImpl> asFileRecord(const std::shared_ptr<Clipbo
 {
     const bool isFile = data != nullptr && data->GetFormat() == ClipboardFormat::File;
     return isFile ? std::dynamic_pointer_cast<ClipboardFileDataImpl>(data) : nullptr;
-}
-
-void raisePasteEvent(std::size_t fileCount)
-{
-    if (const auto engine = ClipboardImpl::instance()) {
-        engine->notifyClipboardEvent("clientPaste", "getFileContent", "file", static_cast<std::int64_t>(fileCount),
-                                     "pformatetcIn->cfFormat == mFormatFileContent", "sucess", "", "");
-    }
 }
 
 }  // namespace
@@ -46,8 +39,7 @@ ClipDataObject::~ClipDataObject()
     CLIP_LOG(kLogInfo, "destroy %p", static_cast<void*>(this));
     mRequest->Cut();
     StandingLists::Instance().Remove(*mRequest);  // not before its streams are told
-    if (const auto engine = ClipboardImpl::instance())
-        engine->resetClipCObjectData(this);
+    ClipboardEngine::Current().resetClipCObjectData(this);
 }
 
 // With the short prefix, as this one line always had.
@@ -112,7 +104,7 @@ HRESULT ClipDataObject::renderContents(const FORMATETC& format, STGMEDIUM& mediu
         return DV_E_FORMATETC;
     }
     const std::vector<ClipfileDescription>& files = record.GetFiles();
-    raisePasteEvent(files.size());
+    RaiseContentsRequested(ClipboardEngine::Current(), static_cast<std::int64_t>(files.size()));
     const auto index = static_cast<std::uint64_t>(static_cast<std::int64_t>(format.lindex));  // -1 counts as huge
     if (index >= files.size()) {
         CLIP_LOG(kLogError, "file list invalid");

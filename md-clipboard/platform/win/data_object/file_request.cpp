@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "clipboard_win/clipboard_impl.h"
 #include "data_object/data_lock.h"
 #include "exception_text.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/create_dir.h"
 #include "log.h"
+#include "support/clipboard_engine.h"
+#include "support/clipboard_events.h"
 
 namespace sd::clip {
 
@@ -112,10 +113,8 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     }
     if (!wanted) {
         CLIP_LOG(kLogInfo, "Abort ole clipboard paste due to APP rejection.");
-        DataLockScope::runWithoutLock([self = shared_from_this()] {
-            if (const auto engine = ClipboardImpl::instance())
-                engine->resetOleclipboardOf(*self);
-        });
+        DataLockScope::runWithoutLock(
+            [self = shared_from_this()] { ClipboardEngine::Current().resetOleclipboardOf(*self); });
         rejected = true;
     }
     return requested;
@@ -156,10 +155,7 @@ bool FileRequest::isPasteWanted(ClipboardFileData& record)
 
 bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFileData& record)
 {
-    if (const auto engine = ClipboardImpl::instance()) {
-        engine->notifyClipboardEvent("triggerClipboardFilePaste", "", "file", -1, "start request file transfer",
-                                     "sucess", "", "");
-    }
+    RaiseTransferStarted(ClipboardEngine::Current());
     {
         LockScope lock(mStateLock);
         mRequestedFile = file;  // first: without memory for it the host is not asked, and a later paste must ask
@@ -175,7 +171,7 @@ bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFile
 
 bool FileRequest::callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record)
 {
-    createDir(ClipboardImpl::GetCacheDirectory());  // a failure shows when the first slice can't be opened
+    createDir(ClipboardEngine::Current().cacheDirectory());  // a failure shows when the first slice can't be opened
     const FileRequestFunc request = record.GetFileRequestFunc();
     if (!request) {
         CLIP_LOG(kLogError, "request file data func is null");
@@ -229,9 +225,8 @@ void FileRequest::CancelRemoteTransfer()
         LockScope lock(mStateLock);
         mRequestFileState = RequestFileState::kRequestFailed;
     }
-    const auto engine = ClipboardImpl::instance();
-    if (engine != nullptr && !mIsCut)
-        engine->resetOleclipboardOf(*this);
+    if (!mIsCut)
+        ClipboardEngine::Current().resetOleclipboardOf(*this);
     std::shared_ptr<ClipboardData> dropped;  // goes after the lock: its functions are the host's
     LockScope lock(mStateLock);
     mClipData.swap(dropped);

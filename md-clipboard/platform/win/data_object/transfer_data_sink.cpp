@@ -1,7 +1,6 @@
 // The sink: what becomes of the file data that the host delivers.
 #include <exception>
 
-#include "clipboard_win/clipboard_impl.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "data_object/slice_path.h"
@@ -9,6 +8,8 @@
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
 #include "log.h"
+#include "support/clipboard_engine.h"
+#include "support/clipboard_events.h"
 
 namespace sd::clip {
 
@@ -16,12 +17,6 @@ namespace {
 
 // A slice ends with the first delivery that takes it this far. Deliveries are never split.
 constexpr std::int64_t kSliceSize = 1048576;
-
-void raiseEvent(const char* operation, const char* stage, std::int64_t number, const std::string& message)
-{
-    if (const auto engine = ClipboardImpl::instance())
-        engine->notifyClipboardEvent(operation, stage, "file", number, message, "sucess", "", "");
-}
 
 // Raises events whose outcome changes nothing of the transfer. What the listener throws first is kept until the work
 // is done.
@@ -51,7 +46,7 @@ private:
 // Of the slice that is open, or that comes next.
 std::string pathOfSlice(const TransferFile& transfer)
 {
-    return MakeSlicePath(ClipboardImpl::GetCacheDirectory(), transfer.mFileKey, transfer.SliceCount());
+    return MakeSlicePath(ClipboardEngine::Current().cacheDirectory(), transfer.mFileKey, transfer.SliceCount());
 }
 
 }  // namespace
@@ -98,7 +93,7 @@ void FileRequest::cancelForStall()
 {
     CLIP_LOG(kLogInfo, "User canceled copy action");
     EventsInTurn events;
-    events.raise([] { raiseEvent("cancelTransfer", "userCancel", -1, "user cancel file transfer"); });
+    events.raise([] { RaiseUserCancel(ClipboardEngine::Current()); });
     if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
         LockScope state(mStateLock);
         mCancelling = true;  // the next delivery may come before the cancel does
@@ -145,19 +140,15 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
     transfer.NotifySliceReady();
     EventsInTurn events;
     if (transfer.mReadySize == transfer.mFileSize) {
-        events.raise([&transfer] {
-            raiseEvent(
-                "transferFinish", "oneFileFinish", transfer.mFileSize,
-                "readySize/fileSize:" + std::to_string(transfer.mReadySize) + "/" + std::to_string(transfer.mFileSize));
-        });
+        events.raise(
+            [&transfer] { RaiseFileFinished(ClipboardEngine::Current(), transfer.mReadySize, transfer.mFileSize); });
         CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
     }
     // Empty files that come after the last byte report the end again.
     if (record.GetTransferredSize() == GetTotalFileSize()) {
         setState(RequestFileState::kRequestFinished);
         events.raise([this] {
-            raiseEvent("endClipboardFile", "", static_cast<std::int64_t>(GetTotalFileSize()),
-                       "all file transfer complete");
+            RaiseTransferFinished(ClipboardEngine::Current(), static_cast<std::int64_t>(GetTotalFileSize()));
         });
         CLIP_LOG(kLogInfo, "all file download finish.");
     }

@@ -6,8 +6,9 @@
 
 #include "data_object/shared_stream_open.h"
 #include "data_object/slice_reader.h"
-#include "data_object/transfer_events.h"
 #include "log.h"
+#include "support/clipboard_engine.h"
+#include "support/clipboard_events.h"
 
 namespace sd::clip {
 
@@ -276,7 +277,7 @@ void TransferFile::giveUpWaiting(std::uint32_t* count)
     CLIP_LOG(kLogInfo, "Wait slice file timeout.");
     mReportFailure = nullptr;
     try {
-        reportDownloadTimeout(mFileSize, mCopiedSize);
+        RaiseDownloadTimeout(ClipboardEngine::Current(), mCopiedSize, mFileSize);
     } catch (...) {
         mReportFailure = std::current_exception();
     }
