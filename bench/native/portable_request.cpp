@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/log.h"
 #include "data_object/slice_path.h"
 #include "file_stream/read_heartbeat.h"
-#include "log.h"
 
 using namespace sd::clip;
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
 #include "data_object/transfer_files.h"

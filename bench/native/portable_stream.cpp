@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "data_object/transfer_file.h"
+#include "base/log.h"
 #include "file_stream/read_heartbeat.h"
-#include "log.h"
+#include "file_stream/transfer_file.h"
 
 using namespace sd::clip;
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "file_stream/medium_base.h"
 #include "file_utilities/detail_file_description.h"
 #include "portable_request.h"

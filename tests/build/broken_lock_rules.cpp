@@ -1,6 +1,6 @@
 // What scripts/check-locks must find. The comments say what clang complains of, and what else is found; nothing else is
 // to be complained of. Not compiled otherwise.
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 namespace {
 

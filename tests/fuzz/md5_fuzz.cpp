@@ -1,5 +1,5 @@
 // The unit's result against a plain second implementation, which pads the whole text first and computes its table.
-#include "md5.h"
+#include "base/md5.h"
 
 #include <cmath>
 #include <cstddef>

@@ -3,8 +3,8 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include "base/md5.h"
 #include "fuzz_check.h"
-#include "md5.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,5 +1,5 @@
 // One file on its way: deliveries and reads of random sizes, in a random order, give the bytes that were delivered.
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "base/unix_clock.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
-#include "data_object/transfer_file.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
+#include "file_stream/transfer_file.h"
 #include "guest_list.h"
 #include "support/recording_log.h"
-#include "unix_clock.h"
 
 namespace sd::clip {
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "data_object/slice_path.h"
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 
 constexpr std::size_t kMebibyte = 1048576;
 

@@ -1,5 +1,5 @@
 // Which of several records writes the slices of one name.
-#include "data_object/slice_claim.h"
+#include "file_stream/slice_claim.h"
 
 #include <gtest/gtest.h>
 

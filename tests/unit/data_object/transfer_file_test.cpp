@@ -1,5 +1,5 @@
 // The reader's half of a TransferFile.
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 #include "sample_transfer.h"
 
 namespace sd::clip {

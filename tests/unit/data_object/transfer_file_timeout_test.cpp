@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 #include "sample_transfer.h"
 #include "support/event_engine.h"
 #include "support/recording_log.h"

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <vector>
 
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 #include "sample_transfer.h"
 
 #ifdef _WIN32

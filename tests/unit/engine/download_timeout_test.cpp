@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "clipboard_writing_fixture.h"
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;

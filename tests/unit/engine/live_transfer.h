@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "../data_object/guest_list.h"
+#include "base/unix_clock.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "engine_access.h"
@@ -23,7 +24,6 @@
 #include "support/import_hook.h"
 #include "support/journal.h"
 #include "support/recording_log.h"
-#include "unix_clock.h"
 #include "workthread/remote_format_file.h"
 
 // The engine's caller is the test's thread, which has not joined OLE: under Wine the window of OLE's clipboard belongs

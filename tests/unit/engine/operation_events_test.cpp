@@ -2,8 +2,8 @@
 // event of a wait in vain is in download_timeout_test.cpp, those of copy detection are in copy_detection_test.cpp.
 #include <chrono>
 
+#include "base/unix_clock.h"
 #include "clipboard_writing_fixture.h"
-#include "unix_clock.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;

@@ -4,11 +4,11 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "base/unix_clock.h"
 #include "clipboard_writing_fixture.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "file_stream/file_stream.h"
-#include "unix_clock.h"
 
 using namespace sd::clip;
 using Microsoft::WRL::ComPtr;

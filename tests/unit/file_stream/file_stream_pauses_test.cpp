@@ -9,11 +9,11 @@
 #include <stdexcept>
 #include <thread>
 
+#include "base/unix_clock.h"
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
-#include "unix_clock.h"
 
 using namespace sd::clip;
 

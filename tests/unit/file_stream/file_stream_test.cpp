@@ -5,11 +5,11 @@
 
 #include <thread>
 
+#include "base/unix_clock.h"
 #include "file_stream/read_heartbeat.h"
 #include "sample_stream.h"
 #include "support/journal.h"
 #include "support/recording_log.h"
-#include "unix_clock.h"
 
 using namespace sd::clip;
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "unix_clock.h"
+#include "base/unix_clock.h"
 
 using sd::clip::gLastReadTime;
 using sd::clip::gReadState;

@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/log.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
-#include "log.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
 #include "support/temporary_folder.h"

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/log.h"
 #include "file_utilities/clip_file_list.h"
 #include "file_utilities/file_names.h"
-#include "log.h"
 #include "support/import_hook.h"
 #include "support/platform_function.h"
 #include "support/recording_log.h"

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/log.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 #include "support/import_hook.h"
 #include "support/journal.h"
 #include "support/recording_log.h"

@@ -7,10 +7,10 @@
 
 #include <vector>
 
+#include "base/log.h"
 #include "file_utilities/detail_file_description.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
-#include "log.h"
 #include "support/import_hook.h"
 #include "support/recording_log.h"
 #include "support/temporary_folder.h"

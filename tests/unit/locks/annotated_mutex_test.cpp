@@ -1,4 +1,4 @@
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "unix_clock.h"
+#include "base/unix_clock.h"
 
 #include <gtest/gtest.h>
 

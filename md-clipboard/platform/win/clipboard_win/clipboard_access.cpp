@@ -1,7 +1,7 @@
 // Opening and closing the system clipboard, which one thread of the desktop can have open at a time and which other
 // programs hold for short moments.
+#include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
-#include "log.h"
 
 namespace sd::clip {
 

@@ -3,8 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "base/log.h"
 #include "data_object/file_request.h"
-#include "log.h"
 
 namespace sd::clip {
 

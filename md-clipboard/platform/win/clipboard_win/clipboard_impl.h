@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"

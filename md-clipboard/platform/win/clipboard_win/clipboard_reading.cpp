@@ -4,10 +4,10 @@
 #include <chrono>
 #include <utility>
 
+#include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
 #include "file_utilities/clip_file_list.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 #include "sd/clip/clipboard_data.h"
 #include "support/drop_list.h"
 #include "support/global_lock.h"

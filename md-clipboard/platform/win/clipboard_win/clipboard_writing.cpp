@@ -3,13 +3,13 @@
 
 #include <utility>
 
+#include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
 #include "clipboard_win/list_removal.h"
 #include "data_object/clip_data_object.h"
 #include "data_object/data_lock.h"
 #include "data_object/standing_lists.h"
 #include "file_utilities/guest_list_check.h"
-#include "log.h"
 #include "sd/clip/clipboard_data.h"
 #include "support/clipboard_events.h"
 #include "support/sent_messages.h"

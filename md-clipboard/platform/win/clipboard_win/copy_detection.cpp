@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
 #include "data_object/file_request.h"
-#include "log.h"
 #include "support/clipboard_events.h"
 
 namespace sd::clip {

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 namespace sd::clip {
 

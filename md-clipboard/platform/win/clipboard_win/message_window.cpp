@@ -3,8 +3,8 @@
 #include <exception>
 #include <thread>
 
+#include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
-#include "log.h"
 
 namespace sd::clip {
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "log.h"
+#include "base/log.h"
 #include "support/owned_block.h"
 
 namespace sd::clip {

@@ -7,11 +7,11 @@
 #include <new>
 #include <utility>
 
+#include "base/log.h"
 #include "data_object/medium_rendering.h"
 #include "data_object/standing_lists.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/detail_file_description.h"
-#include "log.h"
 #include "support/clipboard_engine.h"
 #include "support/clipboard_events.h"
 #include "support/without_exceptions.h"

@@ -5,7 +5,7 @@
 #include <functional>
 #include <thread>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 namespace sd::clip {
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/exception_text.h"
+#include "base/log.h"
 #include "data_object/data_lock.h"
-#include "exception_text.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/create_dir.h"
-#include "log.h"
 #include "support/clipboard_engine.h"
 #include "support/clipboard_events.h"
 

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
 #include "data_object/slice_path.h"

@@ -4,14 +4,14 @@
 
 #include <cwchar>
 
+#include "base/log.h"
+#include "base/unix_clock.h"
 #include "data_object/descriptor_size.h"
 #include "file_utilities/detail_file_description.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
-#include "log.h"
 #include "support/fast_fail.h"
 #include "support/global_lock.h"
-#include "unix_clock.h"
 
 namespace sd::clip {
 

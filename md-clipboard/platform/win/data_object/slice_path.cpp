@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/md5.h"
 #include "file_utilities/replace_all.h"
-#include "md5.h"
 
 namespace sd::clip {
 

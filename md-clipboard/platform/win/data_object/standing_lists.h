@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "data_object/slice_path.h"
 
 namespace sd::clip {

@@ -1,13 +1,13 @@
 // The sink: what becomes of the file data that the host delivers.
 #include <exception>
 
+#include "base/log.h"
 #include "data_object/data_lock.h"
 #include "data_object/file_request.h"
 #include "data_object/slice_path.h"
-#include "data_object/transfer_file.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
-#include "log.h"
+#include "file_stream/transfer_file.h"
 #include "support/clipboard_engine.h"
 #include "support/clipboard_events.h"
 

@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "annotated_mutex.h"
-#include "data_object/transfer_file.h"
+#include "base/annotated_mutex.h"
+#include "file_stream/transfer_file.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {

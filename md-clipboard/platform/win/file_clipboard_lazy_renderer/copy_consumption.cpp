@@ -1,10 +1,10 @@
 // Whether a clipboard change is the library's own.
 #include <windows.h>
 
+#include "base/log.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 #include "support/drop_list.h"
 #include "support/opened_clipboard.h"
 

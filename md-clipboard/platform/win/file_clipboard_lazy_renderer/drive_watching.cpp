@@ -5,12 +5,12 @@
 #include <new>
 #include <utility>
 
-#include "exception_text.h"
+#include "base/exception_text.h"
+#include "base/log.h"
 #include "file_clipboard_lazy_renderer/drive_list.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/notification_walk.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 #include "support/owned_handle.h"
 
 namespace sd::clip {

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
+#include "base/log.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
-#include "log.h"
 #include "support/global_lock.h"
 #include "support/opened_clipboard.h"
 

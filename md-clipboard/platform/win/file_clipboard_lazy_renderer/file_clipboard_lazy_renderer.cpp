@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "base/log.h"
 #include "file_utilities/replace_all.h"
-#include "log.h"
 
 namespace sd::clip {
 

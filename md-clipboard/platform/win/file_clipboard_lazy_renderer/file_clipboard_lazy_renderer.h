@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "sd/clip/clipboard_data.h"
 #include "support/owned_block.h"
 

@@ -3,10 +3,10 @@
 
 #include <chrono>
 
+#include "base/log.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 
 namespace sd::clip {
 

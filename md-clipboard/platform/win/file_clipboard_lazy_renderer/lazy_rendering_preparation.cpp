@@ -2,11 +2,11 @@
 #include <random>
 #include <utility>
 
+#include "base/log.h"
 #include "data_object/standing_lists.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 #include "support/owned_handle.h"
 #include "support/search_handle.h"
 #include "support/sent_messages.h"

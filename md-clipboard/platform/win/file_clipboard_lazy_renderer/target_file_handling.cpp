@@ -1,10 +1,10 @@
 // Tells a landing of the placeholder from every other added file.
 #include <shlobj.h>
 
+#include "base/log.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
-#include "log.h"
 
 namespace sd::clip {
 

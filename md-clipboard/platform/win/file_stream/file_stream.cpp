@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "data_object/shared_stream_open.h"
-#include "data_object/transfer_file.h"
+#include "base/log.h"
 #include "file_stream/read_heartbeat.h"
+#include "file_stream/shared_stream_open.h"
+#include "file_stream/transfer_file.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
-#include "log.h"
 #include "support/without_exceptions.h"
 
 namespace sd::clip {

@@ -12,7 +12,7 @@
 #include <string>
 #include <thread>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "data_object/file_transfer.h"
 #include "file_stream/medium_base.h"
 #include "file_utilities/detail_file_description.h"

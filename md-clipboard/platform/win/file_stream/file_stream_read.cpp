@@ -1,10 +1,10 @@
 // The stream's Read: finds the record of the file, waits for it if need be, and reads on from its slices.
 #include <utility>
 
-#include "data_object/transfer_file.h"
+#include "base/log.h"
 #include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
-#include "log.h"
+#include "file_stream/transfer_file.h"
 #include "support/without_exceptions.h"
 
 namespace sd::clip {

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <functional>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 namespace sd::clip {
 

@@ -1,6 +1,6 @@
 #include "file_stream/read_heartbeat.h"
 
-#include "unix_clock.h"
+#include "base/unix_clock.h"
 
 namespace sd::clip {
 

@@ -6,12 +6,12 @@
 #include <memory>
 #include <utility>
 
+#include "base/log.h"
 #include "file_utilities/common_root.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_description.h"
 #include "file_utilities/file_names.h"
 #include "file_utilities/path_text.h"
-#include "log.h"
 #include "support/search_handle.h"
 
 namespace sd::clip {

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "log.h"
+#include "base/log.h"
 
 namespace sd::clip {
 

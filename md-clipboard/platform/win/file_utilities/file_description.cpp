@@ -3,11 +3,11 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include "base/file_time.h"
+#include "base/log.h"
 #include "file_utilities/detail_file_description.h"
 #include "file_utilities/encoding.h"
-#include "file_utilities/file_time.h"
 #include "file_utilities/path_text.h"
-#include "log.h"
 #include "support/search_handle.h"
 
 namespace sd::clip {

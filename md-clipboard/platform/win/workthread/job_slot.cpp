@@ -3,8 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "exception_text.h"
-#include "log.h"
+#include "base/exception_text.h"
+#include "base/log.h"
 
 namespace sd::clip {
 

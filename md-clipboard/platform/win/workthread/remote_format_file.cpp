@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "log.h"
+#include "base/log.h"
 
 namespace sd::clip {
 

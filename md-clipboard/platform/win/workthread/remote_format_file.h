@@ -9,7 +9,7 @@
 #include <future>
 #include <optional>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 #include "support/owned_handle.h"
 #include "workthread/job_slot.h"
 

@@ -1,4 +1,4 @@
-#include "data_object/slice_claim.h"
+#include "file_stream/slice_claim.h"
 
 #include <unordered_map>
 

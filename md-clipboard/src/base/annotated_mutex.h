@@ -5,7 +5,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "thread_annotations.h"
+#include "base/thread_annotations.h"
 
 namespace sd::clip {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "annotated_mutex.h"
+#include "base/annotated_mutex.h"
 
 namespace sd::clip {
 

@@ -1,9 +1,9 @@
-#include "unix_clock.h"
+#include "base/unix_clock.h"
 
 #ifdef _WIN32
 #include <windows.h>
 
-#include "file_utilities/file_time.h"
+#include "base/file_time.h"
 #else
 #include <ctime>
 #endif

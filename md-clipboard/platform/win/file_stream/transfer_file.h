@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "annotated_mutex.h"
-#include "data_object/slice_claim.h"
+#include "base/annotated_mutex.h"
+#include "file_stream/slice_claim.h"
 
 namespace sd::clip {
 

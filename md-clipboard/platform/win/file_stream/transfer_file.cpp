@@ -1,12 +1,12 @@
-#include "data_object/transfer_file.h"
+#include "file_stream/transfer_file.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
-#include "data_object/shared_stream_open.h"
-#include "data_object/slice_reader.h"
-#include "log.h"
+#include "base/log.h"
+#include "file_stream/shared_stream_open.h"
+#include "file_stream/slice_reader.h"
 #include "support/clipboard_engine.h"
 #include "support/clipboard_events.h"
 
