@@ -123,6 +123,10 @@ ClipboardFormat ClipboardFileDataImpl::GetFormat()
 
 void ClipboardFileDataImpl::SetFiles(std::vector<ClipfileDescription> files)
 {
+    if (mFiles.empty()) {
+        mFiles = std::move(files);  // a long list needs no second vector for a moment
+        return;
+    }
     mFiles.insert(mFiles.end(), std::make_move_iterator(files.begin()), std::make_move_iterator(files.end()));
 }
 

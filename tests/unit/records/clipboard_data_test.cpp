@@ -200,6 +200,17 @@ TEST(ClipboardFileData, SettingFilesTwiceJoinsBothLists)
     expectSame(record->GetFiles()[2], makeFile("c"));
 }
 
+TEST(ClipboardFileData, AnEmptyRecordTakesAListOverInsteadOfMovingItsEntries)
+{
+    ClipboardFileDataImpl record;
+    std::vector<ClipfileDescription> files = {makeFile("a"), makeFile("b")};
+    const ClipfileDescription* const first = files.data();
+    record.SetFiles(std::move(files));
+    ASSERT_EQ(record.GetFiles().size(), 2u);
+    EXPECT_EQ(record.GetFiles().data(), first);
+    expectSame(record.GetFiles()[1], makeFile("b"));
+}
+
 TEST(ClipboardFileData, GivesTheListItselfAndNoCopy)
 {
     ClipboardFileDataImpl record;
