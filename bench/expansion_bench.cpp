@@ -73,10 +73,8 @@ std::size_t expand(const std::wstring& folder)
 {
     ClipFileList list({WideToUtf8(folder)});
     list.ExpandAllFiles(true);
-    std::vector<ClipfileDescription> files;
-    list.CopyAllFiles(files);
     ClipboardFileDataImpl record;
-    record.SetFiles(std::move(files));
+    record.SetFiles(list.TakeAllFiles());
     return record.GetFiles().size();
 }
 

@@ -13,7 +13,7 @@ namespace sd::clip {
 
 class TestAccess {
 public:
-    static std::vector<DetailFileDescription>& allFiles(ClipFileList& list)
+    static std::deque<DetailFileDescription>& allFiles(ClipFileList& list)
     {
         return list.mAllFiles;
     }

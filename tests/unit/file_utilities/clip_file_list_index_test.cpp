@@ -16,7 +16,7 @@ public:
     {
         return list.mFileIndex;
     }
-    static std::vector<DetailFileDescription>& allFiles(ClipFileList& list)
+    static std::deque<DetailFileDescription>& allFiles(ClipFileList& list)
     {
         return list.mAllFiles;
     }
@@ -45,6 +45,34 @@ TEST(ClipFileList, CopiesAreAppendedInOrder)
     EXPECT_EQ(5000000000u, files[1].size);
     EXPECT_EQ("2", GetRelativeName(files[2]));
     EXPECT_EQ(2u, TestAccess::allFiles(list).size());
+}
+
+TEST(ClipFileList, TakenEntriesKeepTheirOrderAndLeaveAnEmptyList)
+{
+    ClipFileList list;
+    for (int i = 0; i < 1000; ++i)
+        TestAccess::allFiles(list).push_back(makeEntry("x", std::to_string(i)));
+    TestAccess::allFiles(list)[999].size = 5000000000;
+    const std::vector<ClipfileDescription> files = list.TakeAllFiles();
+    ASSERT_EQ(1000u, files.size());
+    for (std::size_t i = 0; i < files.size(); ++i)
+        EXPECT_EQ("x\\" + std::to_string(i), GetRelativeName(files[i]));
+    EXPECT_EQ(5000000000u, files[999].size);
+    EXPECT_TRUE(TestAccess::allFiles(list).empty());
+    EXPECT_TRUE(list.TakeAllFiles().empty());
+}
+
+// Of a long list neither texts nor entries may be there twice.
+TEST(ClipFileList, TakenEntriesAreNoCopiesAndHaveNoSpareCapacity)
+{
+    ClipFileList list;
+    const std::string longName(1000, 'n');
+    for (int i = 0; i < 5; ++i)
+        TestAccess::allFiles(list).push_back(makeEntry("x", longName));
+    const char* const text = TestAccess::allFiles(list)[4].fileName.data();
+    const std::vector<ClipfileDescription> files = list.TakeAllFiles();
+    EXPECT_EQ(text, files.at(4).fileName.data());
+    EXPECT_EQ(files.size(), files.capacity());
 }
 
 TEST(ClipFileList, TheIndexHoldsPositionsPlusOneAndTheLastOfEqualNames)
@@ -116,7 +144,7 @@ TEST(ClipFileList, ADescriptionWithoutARootTakesTheLists)
     TestAccess::rootPath(list) = "C:\\dir";
     TestAccess::allFiles(list) = {makeEntry("", "1"), makeEntry("", "2")};
     TestAccess::allFiles(list)[1].root = "D:";
-    ASSERT_EQ(TestAccess::allFiles(list).data(), list.GetFileDescription(0));
+    ASSERT_EQ(&TestAccess::allFiles(list)[0], list.GetFileDescription(0));
     EXPECT_EQ("C:\\dir", TestAccess::allFiles(list)[0].root);
     EXPECT_EQ("D:", list.GetFileDescription(1)->root);
 }

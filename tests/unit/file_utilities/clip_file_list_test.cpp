@@ -36,7 +36,7 @@ public:
     {
         return list.mFileIndex;
     }
-    static std::vector<DetailFileDescription>& allFiles(ClipFileList& list)
+    static std::deque<DetailFileDescription>& allFiles(ClipFileList& list)
     {
         return list.mAllFiles;
     }

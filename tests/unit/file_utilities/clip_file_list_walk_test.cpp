@@ -21,7 +21,7 @@ public:
     {
         return list.mSelectedFiles;
     }
-    static std::vector<DetailFileDescription>& allFiles(ClipFileList& list)
+    static std::deque<DetailFileDescription>& allFiles(ClipFileList& list)
     {
         return list.mAllFiles;
     }

@@ -163,8 +163,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
     const auto list = std::make_unique<ClipFileList>(*paths);
     // In full post-process mode a copied directory stays one entry: the host walks it by its own means.
     list->ExpandAllFiles(!mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode());
-    std::vector<ClipfileDescription> files;
-    list->CopyAllFiles(files);
+    std::vector<ClipfileDescription> files = list->TakeAllFiles();
     if (!files.empty()) {
         const ClipfileDescription& first = files.front();
         CLIP_LOG(kLogInfo,

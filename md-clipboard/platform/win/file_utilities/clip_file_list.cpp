@@ -90,6 +90,15 @@ void ClipFileList::CopyAllFiles(std::vector<ClipfileDescription>& files) const
     files.insert(files.end(), mAllFiles.begin(), mAllFiles.end());
 }
 
+std::vector<ClipfileDescription> ClipFileList::TakeAllFiles()
+{
+    std::vector<ClipfileDescription> files;
+    files.reserve(mAllFiles.size());
+    for (; !mAllFiles.empty(); mAllFiles.pop_front())
+        files.push_back(std::move(mAllFiles.front()));
+    return files;
+}
+
 void ClipFileList::TraverseDirectory(const std::string& path, const std::string& root)
 {
     if (path.empty())

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -30,6 +31,10 @@ public:
     // Appends copies of the flat list's entries.
     void CopyAllFiles(std::vector<ClipfileDescription>& files) const;
 
+    // Empties the flat list.
+    // @return its entries in their order: moved and not copied, without spare capacity
+    std::vector<ClipfileDescription> TakeAllFiles();
+
     // Makes FindFileIndex fast. It does not follow later changes of the flat list.
     void BuildFileIndex();
 
@@ -51,7 +56,7 @@ private:
     std::vector<DetailFileDescription> mSelectedFiles;
     std::vector<std::string> mSelectedPaths;
     std::unordered_map<std::string, std::int32_t> mFileIndex;  // relative name to position plus one
-    std::vector<DetailFileDescription> mAllFiles;
+    std::deque<DetailFileDescription> mAllFiles;  // grows without a copy, and shrinks as its entries are taken
     bool mCancelTraverse = false;
 };
 
