@@ -133,12 +133,12 @@ void ClipFileList::TraverseDirectory(const std::string& path, const std::string&
 
 void ClipFileList::ListDirectory(Walk& walk, const std::wstring& directory, const std::string& root)
 {
-    // Converted once and not for each file: this loop must keep up with the listing itself.
-    std::string child = WideToUtf8(directory);
-    if (child.empty())  // could not be converted: its files would be offered as those of the root
+    // Converted and split once and not for each file: this loop must keep up with the listing itself.
+    const std::string path = WideToUtf8(directory);
+    if (path.empty())  // could not be converted: its files would be offered as those of the root
         return;
-    child += '\\';
-    const std::size_t parentLength = child.size();
+    DetailFileDescription file;
+    SplitFilePath(file, path + "\\*", root);  // any name does: that of each file takes its place
 
     WIN32_FIND_DATAW& entry = walk.entry;
     const SearchHandle search(FindFirstFileW((directory + L"\\*").c_str(), &entry));
@@ -152,11 +152,11 @@ void ClipFileList::ListDirectory(Walk& walk, const std::wstring& directory, cons
             walk.directories.push_back(directory + L'\\' + entry.cFileName);
             continue;
         }
-        child.resize(parentLength);
-        child += WideToUtf8(entry.cFileName);
-        if (child.size() == parentLength)  // could not be converted: the directory would be offered as a file
+        file.fileName = WideToUtf8(entry.cFileName);
+        if (file.fileName.empty())  // could not be converted: the directory would be offered as a file
             continue;
-        SetFileDescription(mAllFiles.emplace_back(), child, root, &entry);
+        FillFromFindData(file, entry);
+        mAllFiles.push_back(file);
         ++walk.fileCount;
     } while (FindNextFileW(search.Get(), &entry) && !mCancelTraverse);
 }

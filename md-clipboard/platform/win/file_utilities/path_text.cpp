@@ -38,7 +38,6 @@ std::size_t FindLastBackslash(std::string_view text)
     return position == std::string_view::npos ? 0 : position;
 }
 
-// Works on views because the walk of a directory comes here for every file.
 void SplitFilePath(ClipfileDescription& description, const std::string& fullPath, const std::string& root)
 {
     description.root = root;
