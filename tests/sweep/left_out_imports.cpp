@@ -128,6 +128,7 @@ const std::map<std::string, std::string> kUnreached = {
     {"fflush", "the runtime writes slices past its own buffers"},
     {"GlobalSize", "called for text, which no route reads"},
     {"MoveFileExW", "the renaming of a target, which no route uses"},
+    {"SystemTimeToFileTime", "called only while the clock stands at 1970 or before"},
     {"remove", "the removal of a file, which no route uses"},
 };
 

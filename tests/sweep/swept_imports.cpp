@@ -236,7 +236,7 @@ void addThreads(Imports& imports)
     SWEPT(GetModuleHandleExW)
         .fails("no module", FALSE, ERROR_MOD_NOT_FOUND)
         .isSilent("only who unloads the library is in danger then");
-    SWEPT(SystemTimeToFileTime).fails("no time", FALSE, ERROR_INVALID_PARAMETER).isSilent("the runtime's clock counts");
+    SWEPT(SystemTimeToFileTime).fails("no time", FALSE, ERROR_INVALID_PARAMETER);
 }
 
 void addFiles(Imports& imports)

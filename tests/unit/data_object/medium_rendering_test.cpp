@@ -240,6 +240,18 @@ TEST(FileGroupDescriptor, OfAFileClassSizeAndPlaceOnTheScreenAreZero)
     EXPECT_EQ(std::memcmp(&rendered.entry(0), &expected, sizeof expected), 0);
 }
 
+// The second clock is the slower one, and there may be a hundred thousand entries.
+TEST(FileGroupDescriptor, TheSystemTimeIsNotAskedForWhileTheClockIsRight)
+{
+    static int asked;
+    asked = 0;
+    const ImportHook<decltype(&GetSystemTime)> system(
+        nullptr, "GetSystemTime", +[](LPSYSTEMTIME) { ++asked; });
+    const Rendered rendered({makeFile("a"), makeFile("b")});
+    EXPECT_NE(ticks(rendered.entry(1).ftLastWriteTime), 0u);
+    EXPECT_EQ(asked, 0);
+}
+
 TEST(FileGroupDescriptor, AClockAtOrBefore1970IsReplacedByTheSystemTime)
 {
     // 3 February 2001, 4:05:06.789

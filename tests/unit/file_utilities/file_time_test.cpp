@@ -32,6 +32,14 @@ TEST(FileTimeToUnixTime, TakesTheTwoHalvesOfATime)
     EXPECT_EQ(1700000000, FileTimeToUnixTime(kTime >> 32, kTime & 0xFFFFFFFF));
 }
 
+TEST(UnixTimeToFileTime, IsTheWayBack)
+{
+    EXPECT_EQ(116444736000000000u, UnixTimeToFileTime(0));
+    EXPECT_EQ(116444736010000000u, UnixTimeToFileTime(1));
+    EXPECT_EQ(133444736000000000u, UnixTimeToFileTime(1700000000));
+    EXPECT_EQ(0u, UnixTimeToFileTime(-11644473600));
+}
+
 TEST(FileTimeToUnixTime, NoValueOverflows)
 {
     EXPECT_EQ(-11644473601, FileTimeToUnixTime(std::numeric_limits<std::uint64_t>::max() - 9999999));

@@ -4,6 +4,7 @@
 
 #include <cwchar>
 
+#include "base/file_time.h"
 #include "base/log.h"
 #include "base/unix_clock.h"
 #include "data_object/descriptor_size.h"
@@ -23,8 +24,6 @@ constexpr DWORD kDescriptorFlags = 0x8000407E;
 constexpr UINT kBlockFlags = GMEM_SHARE | GMEM_ZEROINIT | GMEM_MOVEABLE;
 // What DescriptorBlockSize, which knows no platform, reckons with.
 static_assert(sizeof(FILEDESCRIPTORW) == 592 && sizeof(FILEGROUPDESCRIPTORW) == 596, "another layout on the clipboard");
-constexpr std::int64_t kUnixEpoch = 116444736000000000;  // 1970 in the platform's ticks since 1601
-constexpr std::int64_t kTicksPerSecond = 10000000;
 constexpr std::uint32_t kNoAttributes = 0xFFFFFFFF;  // INVALID_FILE_ATTRIBUTES
 
 DWORD attributesOf(const ClipfileDescription& file)
@@ -34,21 +33,23 @@ DWORD attributesOf(const ClipfileDescription& file)
     return (file.mode & kModeDirectory) != 0 ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
 }
 
-FILETIME toFileTime(std::int64_t seconds, const FILETIME& fallback)
-{
-    if (seconds <= 0)
-        return fallback;
-    const std::int64_t ticks = seconds * kTicksPerSecond + kUnixEpoch;
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-FILETIME presentFileTime()
+FILETIME presentSystemTime()
 {
     SYSTEMTIME now;
     GetSystemTime(&now);
     FILETIME time = {};
     SystemTimeToFileTime(&now, &time);
     return time;
+}
+
+// In whole seconds, unless the clock stands at 1970 or before: an entry shows no such time.
+FILETIME presentFileTime()
+{
+    const std::int64_t seconds = unixNow();
+    if (seconds <= 0)
+        return presentSystemTime();
+    const std::uint64_t time = UnixTimeToFileTime(seconds);
+    return {static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
 }
 
 // The runtimes differ in what a text that does not fit does; a wrong name must never be pasted, so the process ends.
@@ -65,7 +66,7 @@ void fillEntry(FILEDESCRIPTORW& entry, const ClipfileDescription& file)
     entry.dwFlags = kDescriptorFlags;
     entry.dwFileAttributes = attributesOf(file);
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        const FILETIME now = toFileTime(unixNow(), presentFileTime());
+        const FILETIME now = presentFileTime();
         entry.ftCreationTime = now;
         entry.ftLastAccessTime = now;
         entry.ftLastWriteTime = now;
