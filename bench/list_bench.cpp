@@ -1,5 +1,9 @@
 #include "list_bench.h"
 
+#include <windows.h>
+
+#include <shlobj.h>
+
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -51,6 +55,29 @@ double timeDescriptors(const std::vector<std::unique_ptr<BenchTransfer>>& transf
     return watch.seconds();
 }
 
+// The least that a descriptor takes: a zeroed block of its size, and a ready entry written into every place.
+void writeBareDescriptor(std::size_t count)
+{
+    FILEDESCRIPTORW entry = {};
+    const std::size_t size = sizeof(FILEGROUPDESCRIPTORW) + (count - 1) * sizeof entry;
+    const HGLOBAL block = GlobalAlloc(GMEM_SHARE | GMEM_ZEROINIT | GMEM_MOVEABLE, size);
+    auto* const group = static_cast<FILEGROUPDESCRIPTORW*>(GlobalLock(block));
+    if (group == nullptr)
+        throw std::runtime_error("there is no block");
+    for (std::size_t i = 0; i < count; ++i)
+        group->fgd[i] = entry;
+    GlobalUnlock(block);
+    GlobalFree(block);
+}
+
+double timeBareDescriptors(std::size_t filesOfEach)
+{
+    const Stopwatch watch;
+    for (std::size_t files = 0; files < kManyFiles; files += filesOfEach)
+        writeBareDescriptor(filesOfEach);
+    return watch.seconds();
+}
+
 std::vector<std::unique_ptr<BenchTransfer>> makeTransfers(std::size_t filesOfEach)
 {
     std::vector<std::unique_ptr<BenchTransfer>> transfers;
@@ -84,8 +111,9 @@ BenchResult measureGrowthDescriptor()
     const auto many = makeTransfers(kManyFiles);
     std::vector<double> ratios;
     for (int round = 0; round < kRounds; ++round) {
-        const double fewSeconds = timeDescriptors(few);
-        ratios.push_back(timeDescriptors(many) / fewSeconds);
+        const double fewCost = timeDescriptors(few) / timeBareDescriptors(kFewFiles);
+        const double manyCost = timeDescriptors(many) / timeBareDescriptors(kManyFiles);
+        ratios.push_back(manyCost / fewCost);
     }
     return {"growth_descriptor", median(ratios), "ratio", 1.2, "lower"};
 }
