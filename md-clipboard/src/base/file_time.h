@@ -1,3 +1,4 @@
+// The platform's file times, and the seconds in which descriptions have theirs.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Splits the text in which the platform lists its drives.
 #pragma once
 
 #include <string>

@@ -1,3 +1,4 @@
+// A file's description as the library's own lists hold it.
 #pragma once
 
 #include <cstdint>

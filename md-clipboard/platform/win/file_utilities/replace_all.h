@@ -1,3 +1,4 @@
+// Replacing text in text.
 #pragma once
 
 #include <string>

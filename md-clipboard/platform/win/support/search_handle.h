@@ -1,3 +1,4 @@
+// The listing of a directory.
 #pragma once
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// The boundary that lets no exception out to a COM caller.
 #pragma once
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// One number for an error of a future or promise, whatever the compiler.
 #pragma once
 
 #include <future>
