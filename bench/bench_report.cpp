@@ -1,6 +1,5 @@
 #include "bench_report.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -14,7 +13,26 @@ bool meetsGoal(const BenchResult& result)
 {
     if (!result.goal)
         return true;
-    return result.better == "lower" ? result.value <= *result.goal : result.value >= *result.goal;
+    const double value = result.rounds.median;
+    return result.better == "lower" ? value <= *result.goal : value >= *result.goal;
+}
+
+std::string formatNumber(const std::optional<double>& number)
+{
+    char text[32] = "-";
+    if (number)
+        std::snprintf(text, sizeof text, "%.3f", *number);
+    return text;
+}
+
+nlohmann::ordered_json toJson(const std::optional<double>& number)
+{
+    return number ? nlohmann::ordered_json(*number) : nullptr;
+}
+
+std::optional<double> toNumber(const nlohmann::json& value)
+{
+    return value.is_null() ? std::nullopt : std::optional<double>(value.get<double>());
 }
 
 }  // namespace
@@ -26,14 +44,12 @@ void BenchReport::add(BenchResult result)
 
 void BenchReport::print() const
 {
-    std::printf("%-24s %12s %12s  %-8s %s\n", "name", "value", "goal", "unit", "");
-    for (const BenchResult& result : mResults) {
-        char goal[32] = "-";
-        if (result.goal)
-            std::snprintf(goal, sizeof goal, "%.3f", *result.goal);
-        std::printf("%-24s %12.3f %12s  %-8s %s\n", result.name.c_str(), result.value, goal, result.unit.c_str(),
+    constexpr char kLine[] = "%-24s %10s %10s %10s  %-6s %s\n";
+    std::printf(kLine, "name", "value", "spread", "goal", "unit", "");
+    for (const BenchResult& result : mResults)
+        std::printf(kLine, result.name.c_str(), formatNumber(result.rounds.median).c_str(),
+                    formatNumber(result.rounds.spread).c_str(), formatNumber(result.goal).c_str(), result.unit.c_str(),
                     meetsGoal(result) ? "" : "MISSED");
-    }
 }
 
 void BenchReport::writeJsonLines(const std::wstring& path) const
@@ -42,9 +58,11 @@ void BenchReport::writeJsonLines(const std::wstring& path) const
     for (const BenchResult& result : mResults) {
         nlohmann::ordered_json line;
         line["name"] = result.name;
-        line["value"] = result.value;
+        line["value"] = result.rounds.median;
+        line["spread"] = toJson(result.rounds.spread);
+        line["rounds"] = result.rounds.count;
         line["unit"] = result.unit;
-        line["goal"] = result.goal ? nlohmann::ordered_json(*result.goal) : nullptr;
+        line["goal"] = toJson(result.goal);
         line["better"] = result.better;
         file << line.dump() << '\n';
     }
@@ -60,19 +78,9 @@ BenchResult readJsonLine(const std::wstring& path)
         throw std::runtime_error("a result can't be read");
     BenchResult result;
     result.name = line.at("name");
-    result.value = line.at("value");
+    result.rounds = {line.at("value"), toNumber(line.at("spread")), line.at("rounds")};
     result.unit = line.at("unit");
-    if (!line.at("goal").is_null())
-        result.goal = line.at("goal").get<double>();
+    result.goal = toNumber(line.at("goal"));
     result.better = line.at("better");
     return result;
-}
-
-double median(std::vector<double> values)
-{
-    if (values.empty())
-        throw std::runtime_error("nothing was measured");
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }

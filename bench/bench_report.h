@@ -5,11 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "rounds.h"
+
 struct BenchResult {
     std::string name;
-    double value;
+    Rounds rounds;
     std::string unit;
-    std::optional<double> goal;  // value should not pass it; without one it is reported only
+    std::optional<double> goal;  // the median should not pass it; without one it is reported only
     std::string better;          // "lower" or "higher"
 };
 
@@ -29,6 +31,3 @@ private:
 
 // Takes the one result of a file of such lines. Throws std::runtime_error if there is none.
 BenchResult readJsonLine(const std::wstring& path);
-
-// Of an odd count the middle one, of an even count the mean of the two in the middle.
-double median(std::vector<double> values);

@@ -3,8 +3,8 @@
 
 #include "bench_report.h"
 
-// Median time to OnClipboardFormats less median time to a bare window's WM_CLIPBOARDUPDATE, in the same changes.
+// How much later OnClipboardFormats is called than a bare window gets WM_CLIPBOARDUPDATE, for the same changes.
 BenchResult measureDetectExtra();
 
-// The other process: changes the clipboard and tells when. Started by measureDetectExtra.
+// The other process: changes the clipboard. Started by measureDetectExtra.
 int runClipboardChanger();

@@ -99,23 +99,21 @@ Timing time(Function function, const std::wstring& folder)
 BenchResult measureExpandVsWalk(const std::wstring& tree)
 {
     walk(tree);  // warms the file system's caches for both
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         const Timing walked = time(walk, tree);
         const Timing expanded = time(expand, tree);
         if (walked.files != expanded.files)
             throw std::runtime_error("walk and expansion disagree");
-        ratios.push_back(expanded.seconds / walked.seconds);
-    }
-    return {"expand_vs_walk", median(ratios), "ratio", 1.5, "lower"};
+        return expanded.seconds / walked.seconds;
+    });
+    return {"expand_vs_walk", ratios, "ratio", 1.5, "lower"};
 }
 
 BenchResult measureExpandGrowth(const std::wstring& tree)
 {
     const std::vector<std::wstring> parts = listFolders(tree);
     time(expand, tree);
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         Timing inParts = {0, 0};
         for (const std::wstring& part : parts) {
             const Timing timing = time(expand, part);
@@ -125,19 +123,18 @@ BenchResult measureExpandGrowth(const std::wstring& tree)
         const Timing atOnce = time(expand, tree);
         if (atOnce.files != inParts.files)
             throw std::runtime_error("the parts are not the tree");
-        ratios.push_back(atOnce.seconds / inParts.seconds);
-    }
-    return {"expand_growth", median(ratios), "ratio", 1.2, "lower"};
+        return atOnce.seconds / inParts.seconds;
+    });
+    return {"expand_growth", ratios, "ratio", 1.2, "lower"};
 }
 
 BenchResult measureExpandBytesPerFile(const std::wstring& tree)
 {
-    std::vector<double> bytes;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds bytes = runRounds(kRounds, [&] {
         const std::int64_t before = memoryInUse();
         resetMemoryPeak();
         const std::size_t files = expand(tree);
-        bytes.push_back(static_cast<double>(memoryPeak() - before) / static_cast<double>(files));
-    }
-    return {"expand_bytes_per_file", median(bytes), "bytes", 1024, "lower"};
+        return static_cast<double>(memoryPeak() - before) / static_cast<double>(files);
+    });
+    return {"expand_bytes_per_file", bytes, "bytes", 1024, "lower"};
 }

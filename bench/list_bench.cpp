@@ -95,13 +95,12 @@ BenchResult measureGrowthSet()
     const Lists few = makeLists(kFewFiles);
     const Lists many = makeLists(kManyFiles);
     timeSetting(few);  // starts everything up
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         const double fewSeconds = timeSetting(few);
-        ratios.push_back(timeSetting(many) / fewSeconds);
-    }
+        return timeSetting(many) / fewSeconds;
+    });
     setList(makeGuestList(1, kFileSize));
-    return {"growth_set", median(ratios), "ratio", 1.2, "lower"};
+    return {"growth_set", ratios, "ratio", 1.2, "lower"};
 }
 
 BenchResult measureGrowthDescriptor()
@@ -109,13 +108,12 @@ BenchResult measureGrowthDescriptor()
     const JoinedOle joined;
     const auto few = makeTransfers(kFewFiles);
     const auto many = makeTransfers(kManyFiles);
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         const double fewCost = timeDescriptors(few) / timeBareDescriptors(kFewFiles);
         const double manyCost = timeDescriptors(many) / timeBareDescriptors(kManyFiles);
-        ratios.push_back(manyCost / fewCost);
-    }
-    return {"growth_descriptor", median(ratios), "ratio", 1.2, "lower"};
+        return manyCost / fewCost;
+    });
+    return {"growth_descriptor", ratios, "ratio", 1.2, "lower"};
 }
 
 BenchResult measureBytesPerListedFile()
@@ -123,12 +121,12 @@ BenchResult measureBytesPerListedFile()
     const JoinedOle joined;
     Clipboard::Get()->SetFileClipboardSupported(true);
     setList(makeGuestList(1, kFileSize));  // starts everything up
-    std::vector<double> bytes;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds bytes = runRounds(kRounds, [&] {
         const std::int64_t before = memoryInUse();
         setList(makeGuestList(kManyFiles, kFileSize));
-        bytes.push_back(static_cast<double>(memoryInUse() - before) / kManyFiles);
+        const std::int64_t kept = memoryInUse() - before;
         setList(makeGuestList(1, kFileSize));
-    }
-    return {"bytes_per_listed_file", median(bytes), "bytes", {}, "lower"};
+        return static_cast<double>(kept) / kManyFiles;
+    });
+    return {"bytes_per_listed_file", bytes, "bytes", {}, "lower"};
 }

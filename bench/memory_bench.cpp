@@ -78,7 +78,7 @@ BenchResult measurePeak(const std::wstring& work)
     transfer.checkFinished();
     // What is allocated and freed between two looks at the system's figure is in the count of operator new.
     const std::int64_t peak = std::max(most - privateBefore, memoryPeak() - countedBefore);
-    return {"peak_mib_8gib", static_cast<double>(peak) / 1048576, "MiB", 16, "lower"};
+    return {"peak_mib_8gib", summarize({static_cast<double>(peak) / 1048576}), "MiB", 16, "lower"};
 }
 
 BenchResult measureBytesPerDeliveredFile(const std::wstring& work)
@@ -87,8 +87,7 @@ BenchResult measureBytesPerDeliveredFile(const std::wstring& work)
     constexpr std::size_t kSmallSize = 100;
     constexpr int kRounds = 5;
     std::vector<unsigned char> bytes(kSmallSize, 0x5A);
-    std::vector<double> kept;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds kept = runRounds(kRounds, [&] {
         const BenchFolder folder(work);
         BenchTransfer transfer(makeGuestFiles(kSmallFiles, kSmallSize), folder.cacheDirectory());
         transfer.request();
@@ -96,7 +95,7 @@ BenchResult measureBytesPerDeliveredFile(const std::wstring& work)
         for (std::size_t i = 0; i < kSmallFiles; ++i)
             transfer.deliver(i, bytes.data(), bytes.size());
         transfer.checkFinished();
-        kept.push_back(static_cast<double>(memoryInUse() - before) / kSmallFiles);
-    }
-    return {"bytes_per_delivered_file", median(kept), "bytes", {}, "lower"};
+        return static_cast<double>(memoryInUse() - before) / kSmallFiles;
+    });
+    return {"bytes_per_delivered_file", kept, "bytes", {}, "lower"};
 }

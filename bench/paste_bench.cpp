@@ -202,10 +202,7 @@ BenchResult measurePaste(const std::wstring& work)
     runOnWorkThread(offerMemory);
     paster.step();
     pasteSlices(paster);
-    std::vector<double> ratios;
-    ratios.reserve(kRounds);
-    for (int round = 0; round < kRounds; ++round)
-        ratios.push_back(paster.readBoth());
+    const Rounds ratios = runRounds(kRounds, [&] { return paster.readBoth(); });
     runOnWorkThread([] { OleSetClipboard(nullptr); });
-    return {"paste_vs_memory", median(ratios), "ratio", 0.9, "higher"};
+    return {"paste_vs_memory", ratios, "ratio", 0.9, "higher"};
 }

@@ -44,7 +44,7 @@ double measureRound(const BenchTransfer& transfer, std::vector<unsigned char>& b
 }
 
 // @param piece bytes of each call, on both sides
-double measureRatio(const std::wstring& work, std::size_t piece)
+Rounds measureRatios(const std::wstring& work, std::size_t piece)
 {
     const BenchFolder folder(work);
     BenchTransfer transfer(makeGuestFiles(1, kSlices * kSliceSize), folder.cacheDirectory());
@@ -54,26 +54,22 @@ double measureRatio(const std::wstring& work, std::size_t piece)
         transfer.deliver(0, bytes.data(), bytes.size());
     transfer.checkFinished();
     std::vector<unsigned char> buffer(piece);
-    std::vector<double> ratios;
-    ratios.reserve(kRounds);
-    for (int round = 0; round < kRounds; ++round)
-        ratios.push_back(measureRound(transfer, buffer));
-    return median(ratios);
+    return runRounds(kRounds, [&] { return measureRound(transfer, buffer); });
 }
 
 }  // namespace
 
 BenchResult measureRead(const std::wstring& work)
 {
-    return {"read_vs_raw", measureRatio(work, 1048576), "ratio", 0.95, "higher"};
+    return {"read_vs_raw", measureRatios(work, 1048576), "ratio", 0.95, "higher"};
 }
 
 BenchResult measureRead64k(const std::wstring& work)
 {
-    return {"read_64k_vs_raw", measureRatio(work, 65536), "ratio", 0.9, "higher"};
+    return {"read_64k_vs_raw", measureRatios(work, 65536), "ratio", 0.9, "higher"};
 }
 
 BenchResult measureRead4k(const std::wstring& work)
 {
-    return {"read_4k_vs_raw", measureRatio(work, 4096), "ratio", 0.75, "higher"};
+    return {"read_4k_vs_raw", measureRatios(work, 4096), "ratio", 0.75, "higher"};
 }

@@ -48,24 +48,20 @@ double measureRound(const std::wstring& work, std::vector<unsigned char>& bytes,
     return bare / sink;
 }
 
-double measureRatio(const std::wstring& work, std::size_t piece)
+Rounds measureRatios(const std::wstring& work, std::size_t piece)
 {
     std::vector<unsigned char> bytes(kSliceSize, 0x5A);
-    std::vector<double> ratios;
-    ratios.reserve(kRounds);
-    for (int round = 0; round < kRounds; ++round)
-        ratios.push_back(measureRound(work, bytes, piece));
-    return median(ratios);
+    return runRounds(kRounds, [&] { return measureRound(work, bytes, piece); });
 }
 
 }  // namespace
 
 BenchResult measureSink64k(const std::wstring& work)
 {
-    return {"sink_64k_vs_raw", measureRatio(work, 65536), "ratio", 0.95, "higher"};
+    return {"sink_64k_vs_raw", measureRatios(work, 65536), "ratio", 0.95, "higher"};
 }
 
 BenchResult measureSink4k(const std::wstring& work)
 {
-    return {"sink_4k_vs_raw", measureRatio(work, 4096), "ratio", 0.8, "higher"};
+    return {"sink_4k_vs_raw", measureRatios(work, 4096), "ratio", 0.8, "higher"};
 }

@@ -104,16 +104,15 @@ BenchResult measureGrowthDeliver(const std::wstring& work)
         lists.push_back(std::make_unique<SmallFiles>(work, count));  // made last, so its directory counts
         lists.back()->deliver(bareNames, costs);
     };
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         Costs few;
         Costs many;
         for (int i = 0; i < kFewRepeats; ++i)
             writeList(kFew, few);
         writeList(kMany, many);
-        ratios.push_back(growthOf(few, many));
-    }
-    return {"growth_deliver", median(ratios), "ratio", 1.2, "lower"};
+        return growthOf(few, many);
+    });
+    return {"growth_deliver", ratios, "ratio", 1.2, "lower"};
 }
 
 BenchResult measureGrowthRead(const std::wstring& work)
@@ -123,14 +122,13 @@ BenchResult measureGrowthRead(const std::wstring& work)
     fewFiles.deliver();
     SmallFiles manyFiles(work, kMany);
     manyFiles.deliver();
-    std::vector<double> ratios;
-    for (int round = 0; round < kRounds; ++round) {
+    const Rounds ratios = runRounds(kRounds, [&] {
         Costs few;
         Costs many;
         for (int i = 0; i < kFewRepeats; ++i)
             fewFiles.read(few);
         manyFiles.read(many);
-        ratios.push_back(growthOf(few, many));
-    }
-    return {"growth_read", median(ratios), "ratio", 1.2, "lower"};
+        return growthOf(few, many);
+    });
+    return {"growth_read", ratios, "ratio", 1.2, "lower"};
 }

@@ -39,7 +39,8 @@ using namespace sd::clip;
 namespace {
 
 constexpr std::size_t kBufferSize = 16384;  // as the watchers have
-constexpr int kRecords = 100000;
+constexpr int kRounds = 9;
+constexpr int kRecords = 11111;  // of each round
 constexpr int kLandings = 21;
 constexpr DWORD kPause = 200;     // milliseconds between landings
 constexpr DWORD kIdle = 10000;    // milliseconds
@@ -76,15 +77,17 @@ std::shared_ptr<ClipboardFileDataExImpl> makeRecord(FileLazyRenderingCallback ca
     return record;
 }
 
-double measureAddedFile(FileClipboardLazyRenderer& renderer)
+Rounds measureAddedFile(FileClipboardLazyRenderer& renderer)
 {
     const std::vector<unsigned char> buffer = makeBuffer();
     const std::wstring root = L"C:\\";
-    const double reading = medianMicroseconds([&] {
-        walkNotifications(buffer.data(), buffer.size(),
-                          [](std::uint32_t, const std::u16string&) { return WalkStep::kGoOn; });
+    return runRounds(kRounds, [&] {
+        const double reading = medianMicroseconds([&] {
+            walkNotifications(buffer.data(), buffer.size(),
+                              [](std::uint32_t, const std::u16string&) { return WalkStep::kGoOn; });
+        });
+        return medianMicroseconds([&] { TestAccess::handle(renderer, root, buffer.data()); }) - reading;
     });
-    return medianMicroseconds([&] { TestAccess::handle(renderer, root, buffer.data()); }) - reading;
 }
 
 // A reader that does nothing but look for the landing.
@@ -216,7 +219,7 @@ BenchResult measureLandingExtra(const std::wstring& work)
     if (extras.size() < kLandings)
         throw std::runtime_error("landings are not seen");
     Clipboard::Get()->SetClipboardData(ClipboardFormat::FileLazy, makeRecord(nullptr));  // refers to this scope no more
-    return {"landing_extra_ms", median(std::move(extras)), "ms", 5, "lower"};
+    return {"landing_extra_ms", summarize(extras), "ms", 5, "lower"};
 }
 
 BenchResult measureIdleCpu(const std::wstring& work)
@@ -225,5 +228,5 @@ BenchResult measureIdleCpu(const std::wstring& work)
     startWatching(work);
     const double before = processorMilliseconds();
     Sleep(kIdle);
-    return {"idle_cpu_ms", processorMilliseconds() - before, "ms", kTick, "lower"};
+    return {"idle_cpu_ms", summarize({processorMilliseconds() - before}), "ms", kTick, "lower"};
 }

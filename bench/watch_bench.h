@@ -5,8 +5,8 @@
 
 #include "bench_report.h"
 
-// Microseconds that an added file costs the watcher beyond reading its record: the median of many records, while
-// nothing is armed, and while something else is armed.
+// Microseconds that an added file costs the watcher beyond reading its record, while nothing is armed, and while
+// something else is armed. Each round is the median of many records.
 BenchResult measureWatchUnarmed();
 BenchResult measureWatchArmed();
 
