@@ -52,7 +52,7 @@ void BenchReport::print() const
                     meetsGoal(result) ? "" : "MISSED");
 }
 
-void BenchReport::writeJsonLines(const std::wstring& path) const
+void BenchReport::writeJsonLines(const std::wstring& path, const std::string& origin) const
 {
     std::ofstream file{std::filesystem::path(path), std::ios::binary};
     for (const BenchResult& result : mResults) {
@@ -64,6 +64,8 @@ void BenchReport::writeJsonLines(const std::wstring& path) const
         line["unit"] = result.unit;
         line["goal"] = toJson(result.goal);
         line["better"] = result.better;
+        if (!origin.empty())
+            line["origin"] = origin;
         file << line.dump() << '\n';
     }
     if (!file.flush())

@@ -23,7 +23,8 @@ public:
     void print() const;
 
     // Throws std::runtime_error if the file can't be written.
-    void writeJsonLines(const std::wstring& path) const;
+    // @param origin when and where it was measured, for each line; may be empty
+    void writeJsonLines(const std::wstring& path, const std::string& origin) const;
 
 private:
     std::vector<BenchResult> mResults;

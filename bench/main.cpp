@@ -37,6 +37,7 @@ struct Benchmark {
 struct Options {
     std::string only;
     std::string json;
+    std::string origin;
     std::string tree;
     std::string work = std::filesystem::temp_directory_path().u8string();
     std::string into;
@@ -106,12 +107,12 @@ int runBenchmarks(const Options& options)
         return 1;
     }
     if (!options.into.empty()) {
-        report.writeJsonLines(toUtf16(options.into));
+        report.writeJsonLines(toUtf16(options.into), {});
         return 0;
     }
     report.print();
     if (!options.json.empty())
-        report.writeJsonLines(toUtf16(options.json));
+        report.writeJsonLines(toUtf16(options.json), options.origin);
     return 0;
 }
 
@@ -121,6 +122,7 @@ int runCommandLine()
     Options options;
     app.add_option("--only", options.only, "Measure this one only");
     app.add_option("--json", options.json, "Write the results to this file too, as lines of JSON");
+    app.add_option("--origin", options.origin, "When and where this is measured, for these lines");
     app.add_option("--tree", options.tree, "A folder with 100 folders of 1,000 files each");
     app.add_option("--work", options.work,
                    "A folder for files that are made and deleted again, up to 2 GiB at a time; else the temporary one");

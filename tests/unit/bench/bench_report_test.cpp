@@ -15,11 +15,11 @@ namespace {
 
 class BenchReportTest : public testing::Test {
 protected:
-    std::string write(const BenchResult& result) const
+    std::string write(const BenchResult& result, const std::string& origin = "") const
     {
         BenchReport report;
         report.add(result);
-        report.writeJsonLines(mFile);
+        report.writeJsonLines(mFile, origin);
         std::ifstream file{std::filesystem::path(mFile), std::ios::binary};
         return {std::istreambuf_iterator<char>(file), {}};
     }
@@ -42,6 +42,12 @@ TEST_F(BenchReportTest, Line_SaysNullWithoutSpreadOrGoal)
     EXPECT_EQ(write({"name", {0.5, {}, 1}, "MiB", {}, "lower"}),
               R"({"name":"name","value":0.5,"spread":null,"rounds":1,"unit":"MiB","goal":null,"better":"lower"})"
               "\n");
+}
+
+TEST_F(BenchReportTest, Line_SaysWhenAndWhereItWasMeasured)
+{
+    const std::string line = write({"name", {0.5, 0.25, 9}, "ratio", 0.75, "higher"}, "22 November 2026: 2 cores");
+    EXPECT_NE(line.find(R"(,"origin":"22 November 2026: 2 cores"})"), std::string::npos) << line;
 }
 
 TEST_F(BenchReportTest, Line_IsReadBackAsItWas)
