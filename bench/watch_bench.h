@@ -6,7 +6,7 @@
 #include "bench_report.h"
 
 // Microseconds that an added file costs the watcher beyond reading its record, while nothing is armed, and while
-// something else is armed. Each round is the median of many records.
+// something else is armed. Each round is the mean of many records.
 BenchResult measureWatchUnarmed();
 BenchResult measureWatchArmed();
 
