@@ -8,6 +8,8 @@ packages_to_test=("${packages_to_run[@]}" git g++ clang clang-format clang-tidy 
   nlohmann-json3-dev python3)
 # What counts the library's instructions.
 packages_to_count=(cmake ninja-build g++ googletest python3 valgrind)
+# What draws the benchmark's picture; nothing else needs it.
+packages_to_plot=(python3 gnuplot-nox)
 
 # require_packages NAME...: installs what is missing, or prints the one line that would, and ends the script.
 require_packages() {
