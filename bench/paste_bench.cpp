@@ -25,15 +25,14 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-constexpr std::size_t kFileSize = 16777216;
+constexpr std::size_t kFileSize = 4194304;
 constexpr std::size_t kTurn = 1048576;
-constexpr std::size_t kChunk = 65536;
-constexpr int kRounds = 21;
+constexpr int kRounds = 11;
 constexpr DWORD kPatience = 60000;  // milliseconds for any step of the other process
 constexpr wchar_t kGoName[] = L"bench-paste-go";
 constexpr wchar_t kDoneName[] = L"bench-paste-done";
-constexpr wchar_t kTimesName[] = L"bench-paste-times";
-enum Times { kMemoryTime, kSlicesTime, kTimes };  // positions of the shared numbers
+constexpr wchar_t kNumbersName[] = L"bench-paste-numbers";
+enum Numbers { kPiece, kMemoryTime, kSlicesTime, kNumbers };  // positions of the shared numbers
 
 // ---- The process that pastes ----
 
@@ -67,9 +66,9 @@ LONGLONG timeTurn(IStream& stream, std::vector<unsigned char>& buffer)
 }
 
 // The two streams take turns, so that other work on the machine slows them alike.
-void readBoth(IStream& memory, IStream& slices, volatile LONGLONG* times)
+void readBoth(IStream& memory, IStream& slices, volatile LONGLONG* numbers)
 {
-    std::vector<unsigned char> buffer(kChunk);
+    std::vector<unsigned char> buffer(static_cast<std::size_t>(numbers[kPiece]));
     LONGLONG memoryTime = 0;
     LONGLONG slicesTime = 0;
     memory.Seek({}, STREAM_SEEK_SET, nullptr);
@@ -77,8 +76,8 @@ void readBoth(IStream& memory, IStream& slices, volatile LONGLONG* times)
         memoryTime += timeTurn(memory, buffer);
         slicesTime += timeTurn(slices, buffer);
     }
-    times[kMemoryTime] = memoryTime;
-    times[kSlicesTime] = slicesTime;
+    numbers[kMemoryTime] = memoryTime;
+    numbers[kSlicesTime] = slicesTime;
 }
 
 // ---- The process that is measured ----
@@ -86,14 +85,16 @@ void readBoth(IStream& memory, IStream& slices, volatile LONGLONG* times)
 // The process that pastes, and what both share.
 class Paster {
 public:
-    Paster()
+    // @param piece bytes of each call, on both sides
+    explicit Paster(std::size_t piece)
         : mGo(CreateEventW(nullptr, FALSE, FALSE, kGoName)),
           mDone(CreateEventW(nullptr, FALSE, FALSE, kDoneName)),
-          mMapping(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kTimes * sizeof(LONGLONG),
-                                      kTimesName)),
-          mTimes(mapSharedNumbers(mMapping)),
+          mMapping(CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kNumbers * sizeof(LONGLONG),
+                                      kNumbersName)),
+          mNumbers(mapSharedNumbers(mMapping)),
           mProcess(startSecondProcess(L"--paster"))
     {
+        mNumbers[kPiece] = static_cast<LONGLONG>(piece);
     }
     ~Paster()
     {
@@ -116,14 +117,14 @@ public:
     double readBoth() const
     {
         step();
-        return static_cast<double>(mTimes[kMemoryTime]) / static_cast<double>(mTimes[kSlicesTime]);
+        return static_cast<double>(mNumbers[kMemoryTime]) / static_cast<double>(mNumbers[kSlicesTime]);
     }
 
 private:
     const HANDLE mGo;
     const HANDLE mDone;
     const HANDLE mMapping;
-    volatile LONGLONG* const mTimes;
+    volatile LONGLONG* const mNumbers;
     const HANDLE mProcess;
 };
 
@@ -166,6 +167,23 @@ void pasteSlices(const Paster& paster)
         sink(files.front(), bytes.data(), bytes.size());
 }
 
+Rounds measureRatios(const std::wstring& work, std::size_t piece)
+{
+    const JoinedOle joined;
+    const BenchFolder folder(work);
+    const auto clipboard = Clipboard::Get();
+    clipboard->SetFileClipboardSupported(true);
+    clipboard->InitFileLazyRenderer(folder.cacheDirectory());
+    const Paster paster(piece);
+    OleSetClipboard(nullptr);  // as the library does first, on the thread that will wait
+    runOnWorkThread(offerMemory);
+    paster.step();
+    pasteSlices(paster);
+    const Rounds ratios = runRounds(kRounds, [&] { return paster.readBoth(); });
+    runOnWorkThread([] { OleSetClipboard(nullptr); });
+    return ratios;
+}
+
 }  // namespace
 
 int runPaster()
@@ -173,7 +191,7 @@ int runPaster()
     const JoinedOle joined;
     const HANDLE go = OpenEventW(SYNCHRONIZE, FALSE, kGoName);
     const HANDLE done = OpenEventW(EVENT_MODIFY_STATE, FALSE, kDoneName);
-    volatile LONGLONG* const times = mapSharedNumbers(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, kTimesName));
+    volatile LONGLONG* const numbers = mapSharedNumbers(OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, kNumbersName));
     const auto waitForGo = [go] { return pumpMessagesUntil(go, kPatience); };
     if (!waitForGo())
         return 1;
@@ -184,25 +202,28 @@ int runPaster()
     openContents();  // has the guest's files requested
     SetEvent(done);
     while (waitForGo()) {
-        readBoth(*memory.Get(), *openContents().Get(), times);
+        readBoth(*memory.Get(), *openContents().Get(), numbers);
         SetEvent(done);
     }
     return 0;
 }
 
-BenchResult measurePaste(const std::wstring& work)
+BenchResult measurePaste4k(const std::wstring& work)
 {
-    const JoinedOle joined;
-    const BenchFolder folder(work);
-    const auto clipboard = Clipboard::Get();
-    clipboard->SetFileClipboardSupported(true);
-    clipboard->InitFileLazyRenderer(folder.cacheDirectory());
-    const Paster paster;
-    OleSetClipboard(nullptr);  // as the library does first, on the thread that will wait
-    runOnWorkThread(offerMemory);
-    paster.step();
-    pasteSlices(paster);
-    const Rounds ratios = runRounds(kRounds, [&] { return paster.readBoth(); });
-    runOnWorkThread([] { OleSetClipboard(nullptr); });
-    return {"paste_vs_memory", ratios, "ratio", 0.9, "higher"};
+    return {"paste_4k_vs_memory", measureRatios(work, 4096), "ratio", {}, "higher"};
+}
+
+BenchResult measurePaste64k(const std::wstring& work)
+{
+    return {"paste_vs_memory", measureRatios(work, 65536), "ratio", 0.95, "higher"};
+}
+
+BenchResult measurePaste256k(const std::wstring& work)
+{
+    return {"paste_256k_vs_memory", measureRatios(work, 262144), "ratio", {}, "higher"};
+}
+
+BenchResult measurePaste1m(const std::wstring& work)
+{
+    return {"paste_1m_vs_memory", measureRatios(work, 1048576), "ratio", {}, "higher"};
 }

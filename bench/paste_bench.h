@@ -5,8 +5,12 @@
 
 #include "bench_report.h"
 
-// Rates of the reading, 64 KiB with each call. The same thread serves both. `work` is a folder for the files.
-BenchResult measurePaste(const std::wstring& work);
+// Rates of the reading, with 4, 64 and 256 KiB and 1 MiB in each call on both sides. The same thread serves both.
+// `work` is a folder for the files.
+BenchResult measurePaste4k(const std::wstring& work);
+BenchResult measurePaste64k(const std::wstring& work);
+BenchResult measurePaste256k(const std::wstring& work);
+BenchResult measurePaste1m(const std::wstring& work);
 
-// The other process: opens both and reads them. Started by measurePaste.
+// The other process: opens both and reads them. Started by these.
 int runPaster();
