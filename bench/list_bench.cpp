@@ -100,7 +100,7 @@ BenchResult measureGrowthSet()
         return timeSetting(many) / fewSeconds;
     });
     setList(makeGuestList(1, kFileSize));
-    return {"growth_set", ratios, "ratio", 1.2, "lower"};
+    return {"growth_set", ratios, "ratio", 1.1, "lower"};
 }
 
 BenchResult measureGrowthDescriptor()
@@ -113,7 +113,7 @@ BenchResult measureGrowthDescriptor()
         const double manyCost = timeDescriptors(many) / timeBareDescriptors(kManyFiles);
         return manyCost / fewCost;
     });
-    return {"growth_descriptor", ratios, "ratio", 1.2, "lower"};
+    return {"growth_descriptor", ratios, "ratio", 1.1, "lower"};
 }
 
 BenchResult measureBytesPerListedFile()

@@ -22,6 +22,7 @@
 #include "second_process.h"
 #include "sink_bench.h"
 #include "small_files_bench.h"
+#include "stopwatch.h"
 #include "watch_bench.h"
 
 // Nothing is measured but the library: its log goes nowhere.
@@ -89,19 +90,28 @@ BenchResult measureApart(const Benchmark& benchmark, const std::wstring& work)
     return result;
 }
 
+// A second process says nothing of its own.
+BenchResult measureAloud(const Benchmark& benchmark, const Options& options)
+{
+    if (!options.into.empty())
+        return benchmark.measure();
+    std::fprintf(stderr, "measuring %s\n", benchmark.name.c_str());
+    const Stopwatch watch;
+    BenchResult result = options.only.empty() ? measureApart(benchmark, toUtf16(options.work)) : benchmark.measure();
+    std::fprintf(stderr, "  took %.1f s\n", watch.seconds());
+    return result;
+}
+
 int runBenchmarks(const Options& options)
 {
-    const std::wstring work = toUtf16(options.work);
-    const std::vector<Benchmark> benchmarks = listBenchmarks(toUtf16(options.tree), work);
+    const std::vector<Benchmark> benchmarks = listBenchmarks(toUtf16(options.tree), toUtf16(options.work));
     BenchReport report;
     bool found = false;
     for (const Benchmark& benchmark : benchmarks) {
         if (!options.only.empty() && benchmark.name != options.only)
             continue;
         found = true;
-        if (options.into.empty())
-            std::fprintf(stderr, "measuring %s\n", benchmark.name.c_str());
-        report.add(options.only.empty() ? measureApart(benchmark, work) : benchmark.measure());
+        report.add(measureAloud(benchmark, options));
     }
     if (!found) {
         std::fprintf(stderr, "There is no benchmark %s. These are:\n", options.only.c_str());

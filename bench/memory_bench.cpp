@@ -78,7 +78,7 @@ BenchResult measurePeak(const std::wstring& work)
     transfer.checkFinished();
     // What is allocated and freed between two looks at the system's figure is in the count of operator new.
     const std::int64_t peak = std::max(most - privateBefore, memoryPeak() - countedBefore);
-    return {"peak_mib_8gib", summarize({static_cast<double>(peak) / 1048576}), "MiB", 16, "lower"};
+    return {"peak_mib_8gib", summarize({static_cast<double>(peak) / 1048576}), "MiB", 4, "lower"};
 }
 
 BenchResult measureBytesPerDeliveredFile(const std::wstring& work)

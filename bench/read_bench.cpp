@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kSlices = 512;
+constexpr std::size_t kSlices = 256;
 constexpr std::size_t kSliceSize = 1048576;
 constexpr int kRounds = 9;
 

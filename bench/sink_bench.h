@@ -5,6 +5,6 @@
 
 #include "bench_report.h"
 
-// Rates of 512 MiB, while an application reads along. `work` is a folder for the files.
+// Rates of 256 MiB, while an application reads along. `work` is a folder for the files.
 BenchResult measureSink64k(const std::wstring& work);
 BenchResult measureSink4k(const std::wstring& work);

@@ -219,7 +219,7 @@ BenchResult measureLandingExtra(const std::wstring& work)
     if (extras.size() < kLandings)
         throw std::runtime_error("landings are not seen");
     Clipboard::Get()->SetClipboardData(ClipboardFormat::FileLazy, makeRecord(nullptr));  // refers to this scope no more
-    return {"landing_extra_ms", summarize(extras), "ms", 5, "lower"};
+    return {"landing_extra_ms", summarize(extras), "ms", 2, "lower"};
 }
 
 BenchResult measureIdleCpu(const std::wstring& work)
