@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "file_clipboard_lazy_renderer/drive_watcher.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/notification_walk.h"
 #include "sd/clip/clipboard.h"
@@ -28,7 +29,8 @@ public:
     }
     static void handle(Renderer& renderer, const std::wstring& root, const unsigned char* buffer)
     {
-        renderer.handleChanges(root, buffer);
+        DriveWatcher watcher(root, [&](const std::string& name) { renderer.handleAddedFile(root, name); });
+        watcher.handleChanges(buffer);
     }
 };
 

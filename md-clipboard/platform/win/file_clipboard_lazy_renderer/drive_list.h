@@ -1,4 +1,4 @@
-// Splits the text in which the platform lists its drives.
+// Takes lists of drives apart, as text: nothing here asks the platform.
 #pragma once
 
 #include <string>

@@ -2,8 +2,8 @@
 // lands is where the host brings the files.
 //
 // The operations stand in files of their own: lazy_rendering_preparation.cpp (cache and placeholder),
-// drop_file_publication.cpp (the clipboard), drive_watching.cpp, target_file_handling.cpp (a landing),
-// lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp (our own change of the clipboard).
+// drop_file_publication.cpp (the clipboard), target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the
+// host is told), copy_consumption.cpp (our own change of the clipboard). Each drive has a DriveWatcher.
 #pragma once
 
 #include <windows.h>
@@ -77,13 +77,9 @@ private:
     // copy_consumption.cpp
     bool liesInOwnCache(const std::string& path) const;
 
-    // drive_watching.cpp
     bool monitorAllDrives() CLIP_REQUIRES(mInitMutex);
     void watchDrive(std::wstring root) CLIP_REQUIRES(mInitMutex);
     void watchDirectory(const std::wstring& root);
-    void watchChanges(const std::wstring& root, HANDLE directory, HANDLE event, unsigned char* buffer);
-    void handleChanges(const std::wstring& root, const unsigned char* buffer);
-    void handleChange(const std::wstring& root, std::uint32_t action, const std::string& name);
     void handleAddedFile(const std::wstring& root, const std::string& name);
 
     // target_file_handling.cpp

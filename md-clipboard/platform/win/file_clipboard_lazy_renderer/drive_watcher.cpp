@@ -1,14 +1,12 @@
-// Watches every drive for added files: nothing else tells where a placeholder was pasted.
+#include "file_clipboard_lazy_renderer/drive_watcher.h"
+
 #include <cstring>
-#include <exception>
 #include <memory>
 #include <new>
 #include <utility>
 
 #include "base/exception_text.h"
 #include "base/log.h"
-#include "file_clipboard_lazy_renderer/drive_list.h"
-#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/notification_walk.h"
 #include "file_utilities/encoding.h"
 #include "support/owned_handle.h"
@@ -19,17 +17,6 @@ namespace {
 
 constexpr DWORD kBufferSize = 16384;     // bytes
 constexpr DWORD kVolumeNameUnits = 261;  // MAX_PATH and a terminator
-
-// All roots, each with its terminator; empty if they can't be told.
-std::wstring readDriveStrings()
-{
-    std::wstring drives(GetLogicalDriveStringsW(0, nullptr), L'\0');
-    if (!drives.empty() && GetLogicalDriveStringsW(static_cast<DWORD>(drives.size()), drives.data()) == 0)
-        drives.clear();
-    if (drives.empty())
-        CLIP_LOG(kLogFatal, "GetLogicalDriveStrings() failed with error code: %d", static_cast<int>(GetLastError()));
-    return drives;
-}
 
 // A card reader without a card has no volume: the only filter on drives.
 bool hasVolume(const std::wstring& root, const std::string& shownRoot)
@@ -71,37 +58,18 @@ std::wstring toWide(const std::u16string& text)
 
 }  // namespace
 
-bool FileClipboardLazyRenderer::monitorAllDrives()
+DriveWatcher::DriveWatcher(std::wstring root, AddedFileCallback onAddedFile)
+    : mRoot(std::move(root)), mOnAddedFile(std::move(onAddedFile))
 {
-    CLIP_LOG(kLogInfo, "Start monitoring all drives.");
-    const std::wstring drives = readDriveStrings();
-    if (drives.empty())
-        return false;
-    const std::vector<std::wstring> roots = splitByDelimiter(drives, L'\0');
-    CLIP_LOG(kLogInfo, "Logical drive number: %d", static_cast<int>(roots.size()));
-    for (const std::wstring& root : roots)
-        watchDrive(root);
-    CLIP_LOG(kLogInfo, "Finish monitoring all drives.");
-    return true;
 }
 
-void FileClipboardLazyRenderer::watchDrive(std::wstring root)
+void DriveWatcher::Run()
 {
-    CLIP_LOG(kLogInfo, "Start watching drive %s", WideToUtf8(root).c_str());
-    try {
-        mWatchThreads.push_back(new std::thread([this, root = std::move(root)] { watchDirectory(root); }));
-    } catch (const std::exception& failure) {
-        CLIP_LOG(kLogFatal, "Drive can't be watched: %s", failure.what());  // as for any failed watcher: the rest go on
-    }
-}
-
-void FileClipboardLazyRenderer::watchDirectory(const std::wstring& root)
-{
-    const std::string shownRoot = WideToUtf8(root);
+    const std::string shownRoot = WideToUtf8(mRoot);
     CLIP_LOG(kLogInfo, "WatchDirectory %s", shownRoot.c_str());
-    if (!hasVolume(root, shownRoot))
+    if (!hasVolume(mRoot, shownRoot))
         return;
-    OwnedHandle directory(CreateFileW(root.c_str(), FILE_LIST_DIRECTORY,
+    OwnedHandle directory(CreateFileW(mRoot.c_str(), FILE_LIST_DIRECTORY,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
     if (!directory.IsValid()) {
@@ -119,13 +87,12 @@ void FileClipboardLazyRenderer::watchDirectory(const std::wstring& root)
         CLIP_LOG(kLogFatal, "Failed to create event %d", static_cast<int>(GetLastError()));
         return;
     }
-    watchChanges(root, directory.Get(), event.Get(), buffer.get());
+    watchChanges(directory.Get(), event.Get(), buffer.get());
     buffer.reset();  // before event and directory
 }
 
 // Until the drive fails. A read that ends with nothing means that changes were lost: the zeroed buffer drops the round.
-void FileClipboardLazyRenderer::watchChanges(const std::wstring& root, HANDLE directory, HANDLE event,
-                                             unsigned char* buffer)
+void DriveWatcher::watchChanges(HANDLE directory, HANDLE event, unsigned char* buffer)
 {
     for (;;) {
         OVERLAPPED read = {};
@@ -137,18 +104,18 @@ void FileClipboardLazyRenderer::watchChanges(const std::wstring& root, HANDLE di
             return;
         }
         if (awaitRead(directory, read))
-            handleChanges(root, buffer);
+            handleChanges(buffer);
     }
 }
 
-void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const unsigned char* buffer)
+void DriveWatcher::handleChanges(const unsigned char* buffer)
 {
     try {
-        walkNotifications(buffer, kBufferSize, [this, &root](std::uint32_t action, const std::u16string& name) {
+        walkNotifications(buffer, kBufferSize, [this](std::uint32_t action, const std::u16string& name) {
             const std::string shownName = WideToUtf8(toWide(name));
             if (shownName.empty())
                 return WalkStep::kAbandon;
-            handleChange(root, action, shownName);
+            handleChange(action, shownName);
             return WalkStep::kGoOn;
         });
     } catch (...) {
@@ -156,23 +123,15 @@ void FileClipboardLazyRenderer::handleChanges(const std::wstring& root, const un
     }
 }
 
-// What the host's callback throws costs this landing, and none of the same read.
-void FileClipboardLazyRenderer::handleChange(const std::wstring& root, std::uint32_t action, const std::string& name)
+// What is thrown costs this file, and none of the same read.
+void DriveWatcher::handleChange(std::uint32_t action, const std::string& name)
 {
     try {
         if (action == FILE_ACTION_ADDED)
-            handleAddedFile(root, name);
+            mOnAddedFile(name);
     } catch (...) {
         logLostLanding();
     }
-}
-
-void FileClipboardLazyRenderer::handleAddedFile(const std::wstring& root, const std::string& name)
-{
-    LockScope lock(mMutex);
-    const auto armed = std::dynamic_pointer_cast<ClipboardFileDataExImpl>(mLazyFileData);
-    if (armed != nullptr && armed->GetFileLazyRenderingCallback())
-        handleTargetFile(root, name);
 }
 
 }  // namespace sd::clip
