@@ -1,10 +1,12 @@
-// Puts paths on the system clipboard as files, with the effect that a paste is to have.
+#include "file_clipboard_lazy_renderer/drop_file_publication.h"
+
+#include <windows.h>
+
 #include <shlobj.h>
 
 #include <cstring>
 
 #include "base/log.h"
-#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "support/global_lock.h"
 #include "support/opened_clipboard.h"
 
@@ -21,6 +23,7 @@ std::size_t measureDropFiles(const std::vector<std::wstring>& paths)
 }
 
 // Each path with its terminator, into zeroed memory, so the list's own is there.
+// @param block the caller's, as large as measureDropFiles tells
 void fillDropFiles(void* block, const std::vector<std::wstring>& paths)
 {
     DROPFILES header = {};
@@ -52,14 +55,13 @@ void setPreferredEffect(std::uint32_t effect)
 
 }  // namespace
 
-bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths,
-                                                                  std::uint32_t effect)
+bool publishDropFiles(const std::vector<std::wstring>& paths, std::uint32_t effect)
 {
     OpenedClipboard clipboard;
     if (!clipboard.Open())
         return false;
     EmptyClipboard();
-    OwnedBlock block = prepareDropFilesMemory(paths);
+    OwnedBlock block = makeDropFilesBlock(paths);
     if (block == nullptr || !block.GiveToClipboard(CF_HDROP)) {
         clipboard.Close();
         block.Free();
@@ -70,7 +72,7 @@ bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vec
     return true;
 }
 
-OwnedBlock FileClipboardLazyRenderer::prepareDropFilesMemory(const std::vector<std::wstring>& paths)
+OwnedBlock makeDropFilesBlock(const std::vector<std::wstring>& paths)
 {
     OwnedBlock block(GlobalAlloc(GHND, measureDropFiles(paths)));
     if (block == nullptr) {

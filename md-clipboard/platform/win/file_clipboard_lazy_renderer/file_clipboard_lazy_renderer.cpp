@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "file_clipboard_lazy_renderer/drive_roots.h"
 #include "file_clipboard_lazy_renderer/drive_watcher.h"
+#include "file_clipboard_lazy_renderer/drop_file_publication.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/replace_all.h"
 
@@ -52,6 +53,17 @@ std::string FileClipboardLazyRenderer::cacheDirectory() const
 {
     LockScope lock(mStateMutex);
     return mCacheDir;
+}
+
+bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths,
+                                                                  std::uint32_t effect)
+{
+    return publishDropFiles(paths, effect);
+}
+
+OwnedBlock FileClipboardLazyRenderer::prepareDropFilesMemory(const std::vector<std::wstring>& paths)
+{
+    return makeDropFilesBlock(paths);
 }
 
 bool FileClipboardLazyRenderer::monitorAllDrives()

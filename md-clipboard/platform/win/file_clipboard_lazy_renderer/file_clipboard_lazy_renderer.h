@@ -1,9 +1,9 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// The operations stand in files of their own: lazy_rendering_preparation.cpp (cache and placeholder),
-// drop_file_publication.cpp (the clipboard), target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the
-// host is told), copy_consumption.cpp (our own change of the clipboard). Each drive has a DriveWatcher.
+// Some operations stand in files of their own: lazy_rendering_preparation.cpp (cache and placeholder),
+// target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp (our own
+// change of the clipboard).
 #pragma once
 
 #include <windows.h>
@@ -70,7 +70,6 @@ private:
     static std::string generateRandomDigits(int count);
     std::string cacheDirectory() const;
 
-    // drop_file_publication.cpp
     static bool setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths, std::uint32_t effect);
     static OwnedBlock prepareDropFilesMemory(const std::vector<std::wstring>& paths);
 
