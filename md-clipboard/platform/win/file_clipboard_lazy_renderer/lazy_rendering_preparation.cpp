@@ -4,11 +4,11 @@
 
 #include "base/log.h"
 #include "data_object/standing_lists.h"
+#include "file_clipboard_lazy_renderer/cache_cleaning.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "support/owned_handle.h"
-#include "support/search_handle.h"
 #include "support/sent_messages.h"
 
 namespace sd::clip {
@@ -18,23 +18,6 @@ namespace {
 constexpr int kSuffixDigits = 8;
 constexpr DWORD kMessagePause = 10;       // milliseconds
 constexpr std::uint32_t kMoveEffect = 2;  // DROPEFFECT_MOVE: a paste takes the placeholder away from the cache
-
-// What could not be opened, in the words of a failed first find.
-bool failToOpenDirectory(DWORD error)
-{
-    CLIP_LOG(kLogFatal, "Failed to get the first file in the directory. Error: %d", static_cast<int>(error));
-    return false;
-}
-
-// As the platform resolves it: `C:\cache\..` is a root too.
-std::wstring makeFullPath(const std::wstring& path)
-{
-    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    std::wstring full(size, L'\0');
-    const DWORD length = size != 0 ? GetFullPathNameW(path.c_str(), size, full.data(), nullptr) : 0;
-    full.resize(length < size ? length : 0);
-    return full;
-}
 
 // Holds the lock for a scope. A caller that joined OLE may own the clipboard that the holder of the lock is just
 // emptying, which sends to it and waits for its answer: what is sent is served meanwhile.
@@ -157,32 +140,10 @@ bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<Clipboa
     return true;
 }
 
-// Files only: a folder below the cache, and what is in it, stays. So do slices that an application may still read: it
-// would get a short file without a word. What can't be deleted stops nothing.
+// Slices that an application may still read stay: it would get a short file without a word.
 bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& directory)
 {
-    if (isEmptyOrRoot(directory) || isEmptyOrRoot(makeFullPath(directory)))
-        return failToOpenDirectory(ERROR_INVALID_NAME);
-    WIN32_FIND_DATAW entry;
-    const SearchHandle search(FindFirstFileW((directory + L"\\*").c_str(), &entry));
-    if (!search.IsValid())
-        return failToOpenDirectory(GetLastError());
-    do {
-        if (IsDotEntry(entry.cFileName) || (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-            continue;
-        if (StandingLists::Instance().OwnSlice(entry.cFileName))
-            continue;
-        const std::wstring path = directory + L"\\" + entry.cFileName;
-        if (!DeleteFileW(path.c_str())) {
-            const DWORD error = GetLastError();
-            CLIP_LOG(kLogFatal, "Failed to delete file: %s, Error: %d", WideToUtf8(path).c_str(),
-                     static_cast<int>(error));
-        }
-    } while (FindNextFileW(search.Get(), &entry));
-    const DWORD error = GetLastError();
-    if (error != ERROR_NO_MORE_FILES)
-        CLIP_LOG(kLogFatal, "FindNextFile encountered an error. Error: %d", static_cast<int>(error));
-    return true;
+    return cleanDirectory(directory, [](const wchar_t* name) { return StandingLists::Instance().OwnSlice(name); });
 }
 
 std::string FileClipboardLazyRenderer::generateRandomDigits(int count)
