@@ -5,13 +5,25 @@
 #include <utility>
 
 #include "base/log.h"
+#include "data_object/standing_lists.h"
+#include "file_clipboard_lazy_renderer/cache_cleaning.h"
 #include "file_clipboard_lazy_renderer/drive_roots.h"
 #include "file_clipboard_lazy_renderer/drive_watcher.h"
 #include "file_clipboard_lazy_renderer/drop_file_publication.h"
+#include "file_clipboard_lazy_renderer/placeholder_file.h"
+#include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/replace_all.h"
+#include "support/serving_lock_scope.h"
 
 namespace sd::clip {
+
+namespace {
+
+constexpr int kSuffixDigits = 8;
+constexpr std::uint32_t kMoveEffect = 2;  // DROPEFFECT_MOVE: a paste takes the placeholder away from the cache
+
+}  // namespace
 
 bool FileClipboardLazyRenderer::Init(const std::string& cacheDir)
 {
@@ -53,6 +65,73 @@ std::string FileClipboardLazyRenderer::cacheDirectory() const
 {
     LockScope lock(mStateMutex);
     return mCacheDir;
+}
+
+bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<ClipboardFileDataEx> data)
+{
+    if (data == nullptr) {
+        CLIP_LOG(kLogError, "No file record to render lazily");
+        return false;
+    }
+    CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer.");
+    std::shared_ptr<ClipboardFileDataEx> replaced;  // goes after the lock: its functions are the host's
+    ServingLockScope lock(mMutex);
+    const std::shared_ptr<ClipboardFileData> target = data->GetTargetClipboardData();  // held for the call, no more
+
+    PlaceholderFile placeholder(cacheDirectory());
+    if (publishPlaceholder(data, placeholder)) {
+        auto promise = std::make_shared<std::promise<std::int32_t>>();
+        {
+            LockScope state(mStateMutex);
+            mFileLazyRenderingDone = promise->get_future();
+            mFileLazyRenderingPromise.swap(promise);
+        }
+        replaced = std::exchange(mLazyFileData, std::move(data));
+        CLIP_LOG(kLogInfo, "Start watching file by file clipboard lazy renderer done.");
+        return true;
+    }
+    replaced = std::exchange(mLazyFileData, nullptr);
+    mSparseSuffix.clear();
+    mPendingOwnCopy = false;
+    // Decision: the clipboard, which is not open here, is asked to empty itself. That fails without a sound, and stays.
+    placeholder.CloseOnceMore();
+    EmptyClipboard();
+    return false;
+}
+
+// Everything from the cleaning to the clipboard.
+bool FileClipboardLazyRenderer::publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data,
+                                                   PlaceholderFile& placeholder)
+{
+    if (!deleteAllFilesInDirectory(placeholder.WideCacheDir()))
+        CLIP_LOG(kLogError, "Unable to clean %s", placeholder.CacheDir().c_str());
+    mSparseSuffix = generateRandomDigits(kSuffixDigits);
+    if (data->GetFiles().empty()) {
+        CLIP_LOG(kLogFatal, "No file to copy");
+        return false;
+    }
+    if (!placeholder.Create(makeSparseName(data->GetFiles().front(), mSparseSuffix)))
+        return false;
+    const std::vector<std::wstring> paths = {placeholder.Path()};
+    // Before the write, since the change may be looked at before the write has returned, and with nothing between that
+    // can throw: a flag without a write would swallow the user's next copy.
+    mPendingOwnCopy = true;
+    if (!setFilesToClipboardWithDropEffect(paths, kMoveEffect)) {
+        CLIP_LOG(kLogFatal, "Failed to add file info to clipboard through file clipboard lazy renderer");
+        return false;
+    }
+    return true;
+}
+
+// Slices that an application may still read stay: it would get a short file without a word.
+bool FileClipboardLazyRenderer::deleteAllFilesInDirectory(const std::wstring& directory)
+{
+    return cleanDirectory(directory, [](const wchar_t* name) { return StandingLists::Instance().OwnSlice(name); });
+}
+
+std::string FileClipboardLazyRenderer::generateRandomDigits(int count)
+{
+    return makeRandomDigits(count);
 }
 
 bool FileClipboardLazyRenderer::setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths,

@@ -1,9 +1,8 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// Some operations stand in files of their own: lazy_rendering_preparation.cpp (cache and placeholder),
-// target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp (our own
-// change of the clipboard).
+// Some operations stand in files of their own: target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the
+// host is told), copy_consumption.cpp (our own change of the clipboard).
 #pragma once
 
 #include <windows.h>
@@ -22,6 +21,8 @@
 #include "support/owned_block.h"
 
 namespace sd::clip {
+
+class PlaceholderFile;
 
 // Threads: Init, PrepareFileLazyRendering and NotifyFileLazyRenderingComplete come from any thread of the host,
 // ConsumeCopy from the engine's worker, the mode from anywhere. Each drive has a thread of its own, which is never
@@ -64,8 +65,8 @@ public:
 private:
     friend class TestAccess;
 
-    // lazy_rendering_preparation.cpp
-    bool publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, HANDLE& file) CLIP_REQUIRES(mMutex);
+    bool publishPlaceholder(const std::shared_ptr<ClipboardFileDataEx>& data, PlaceholderFile& placeholder)
+        CLIP_REQUIRES(mMutex);
     static bool deleteAllFilesInDirectory(const std::wstring& directory);
     static std::string generateRandomDigits(int count);
     std::string cacheDirectory() const;

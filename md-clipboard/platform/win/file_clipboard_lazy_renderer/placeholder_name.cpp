@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <random>
 #include <string_view>
 #include <vector>
 
@@ -92,6 +93,17 @@ std::string makeSparseName(const ClipfileDescription& first, const std::string& 
 {
     const char* const name = first.fileName.c_str();  // up to a terminator that it carries
     return std::string(name) + "." + suffix;
+}
+
+std::string makeRandomDigits(int count)
+{
+    std::random_device device;
+    std::mt19937 generator(device());
+    std::uniform_int_distribution<int> digit(0, 9);
+    std::string digits;
+    for (int i = 0; i < count; ++i)
+        digits += static_cast<char>('0' + digit(generator));
+    return digits;
 }
 
 std::wstring replaceFileName(const std::wstring& path, const std::wstring& name)

@@ -10,6 +10,9 @@ namespace sd::clip {
 // @return `<fileName>.<suffix>`; a terminator that the guest's name carries ends it
 std::string makeSparseName(const ClipfileDescription& first, const std::string& suffix);
 
+// @return that many decimal digits, drawn anew each time: two placeholders of one name must differ
+std::string makeRandomDigits(int count);
+
 // @return everything up to and including the last separator of either kind, then the name; without one the name alone
 std::wstring replaceFileName(const std::wstring& path, const std::wstring& name);
 
