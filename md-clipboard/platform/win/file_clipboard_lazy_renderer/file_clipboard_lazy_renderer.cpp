@@ -10,8 +10,10 @@
 #include "file_clipboard_lazy_renderer/drive_roots.h"
 #include "file_clipboard_lazy_renderer/drive_watcher.h"
 #include "file_clipboard_lazy_renderer/drop_file_publication.h"
+#include "file_clipboard_lazy_renderer/landing.h"
 #include "file_clipboard_lazy_renderer/placeholder_file.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
+#include "file_clipboard_lazy_renderer/target_file.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/replace_all.h"
 #include "support/serving_lock_scope.h"
@@ -179,6 +181,28 @@ void FileClipboardLazyRenderer::handleAddedFile(const std::wstring& root, const 
     const auto armed = std::dynamic_pointer_cast<ClipboardFileDataExImpl>(mLazyFileData);
     if (armed != nullptr && armed->GetFileLazyRenderingCallback())
         handleTargetFile(root, name);
+}
+
+// A match disarms nothing: whoever pastes the placeholder a second time is served a second time.
+bool FileClipboardLazyRenderer::handleTargetFile(const std::wstring& root, const std::string& name)
+{
+    const std::vector<ClipfileDescription>& files = mLazyFileData->GetFiles();
+    if (files.empty())
+        return false;
+    const auto landing = Landing::Find(root, name, makeSparseName(files.front(), mSparseSuffix));
+    if (!landing || landing->LiesInCache(cacheDirectory()))
+        return false;
+    return lazyRenderFileCopy(landing->Folder(), "", landing->SparseName());
+}
+
+bool FileClipboardLazyRenderer::renameTargetFile(const std::wstring& source, std::string& newName)
+{
+    return TargetFile(source).Rename(newName);
+}
+
+bool FileClipboardLazyRenderer::pathExists(const std::wstring& path)
+{
+    return TargetFile(path).Exists();
 }
 
 }  // namespace sd::clip

@@ -1,8 +1,8 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// Some operations stand in files of their own: target_file_handling.cpp (a landing), lazy_rendering_copy.cpp (what the
-// host is told), copy_consumption.cpp (our own change of the clipboard).
+// Some operations stand in files of their own: lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp
+// (our own change of the clipboard).
 #pragma once
 
 #include <windows.h>
@@ -82,7 +82,6 @@ private:
     void watchDirectory(const std::wstring& root);
     void handleAddedFile(const std::wstring& root, const std::string& name);
 
-    // target_file_handling.cpp
     bool handleTargetFile(const std::wstring& root, const std::string& name) CLIP_REQUIRES(mMutex);
     static bool renameTargetFile(const std::wstring& source, std::string& newName);
     static bool pathExists(const std::wstring& path);
@@ -90,7 +89,6 @@ private:
     // lazy_rendering_copy.cpp
     bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName)
         CLIP_REQUIRES(mMutex);
-    static void removeTargetFile(const std::wstring& path);
     bool waitLazyFileRenderingComplete();
     struct Arming {
         std::shared_ptr<ClipboardFileDataEx> data;

@@ -1,19 +1,16 @@
 // Tells the host where the files are wanted, and takes its report that they are there.
-#include <shlobj.h>
-
 #include <chrono>
 
 #include "base/log.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "file_clipboard_lazy_renderer/placeholder_name.h"
+#include "file_clipboard_lazy_renderer/target_file.h"
 #include "file_utilities/encoding.h"
 
 namespace sd::clip {
 
 namespace {
 
-constexpr int kMostRetries = 5;
-constexpr DWORD kRetryPause = 400;  // milliseconds
 constexpr auto kReportPause = std::chrono::milliseconds(15000);
 
 std::shared_ptr<ClipboardFileData> makeTargetRecord(const std::string& targetDir, const std::string& relativePath,
@@ -50,7 +47,7 @@ bool FileClipboardLazyRenderer::lazyRenderFileCopy(const std::string& targetDir,
     if (data == nullptr)
         return false;
     data->SetTargetClipboardData(makeTargetRecord(targetDir, relativePath, fileName));
-    removeTargetFile(Utf8ToWide(targetDir + fileName));
+    TargetFile(Utf8ToWide(targetDir + fileName)).Remove();
     const int code = data->GetFileLazyRenderingCallback()(data);
     if (code != 0)
         CLIP_LOG(kLogFatal, "Lazy rendering file copy start failed(%d) for %s%s%s", code, targetDir.c_str(),
@@ -59,31 +56,6 @@ bool FileClipboardLazyRenderer::lazyRenderFileCopy(const std::string& targetDir,
         CLIP_LOG(kLogFatal, "Lazy rendering file copy(FullPostProcessMode) remove original file for %s%s%s",
                  targetDir.c_str(), relativePath.c_str(), fileName.c_str());
     return code != 0;
-}
-
-// The words "failed" and "success" say nothing about the lazy rendering, which has not begun; they stay.
-void FileClipboardLazyRenderer::removeTargetFile(const std::wstring& path)
-{
-    int count = 0;
-    DWORD error = ERROR_SUCCESS;
-    while (!DeleteFileW(path.c_str())) {
-        error = GetLastError();
-        if (count >= kMostRetries)
-            break;
-        CLIP_LOG(kLogError, "Failed to remove target file after lazy rendering failed due to %d",
-                 static_cast<int>(error));
-        Sleep(kRetryPause);
-        ++count;
-    }
-    // Decision: the count is tested and not the outcome, so a last attempt that succeeds is reported like a failure.
-    if (count == kMostRetries) {
-        CLIP_LOG(kLogInfo, "Failed to remove target file after retry %d times, last error %d", count,
-                 static_cast<int>(error));
-        return;
-    }
-    CLIP_LOG(kLogInfo, "Remove target file due to lazy rendering success");
-    SHChangeNotify(SHCNE_DELETE, SHCNF_PATHW, path.c_str(), nullptr);
-    SHChangeNotify(SHCNE_UPDATEDIR, SHCNF_PATHW, path.c_str(), nullptr);
 }
 
 void FileClipboardLazyRenderer::NotifyFileLazyRenderingComplete(std::int32_t result)
