@@ -1,8 +1,7 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// Some operations stand in files of their own: lazy_rendering_copy.cpp (what the host is told), copy_consumption.cpp
-// (our own change of the clipboard).
+// Whether a clipboard change is our own is told in a file of its own: copy_consumption.cpp.
 #pragma once
 
 #include <windows.h>
@@ -86,7 +85,6 @@ private:
     static bool renameTargetFile(const std::wstring& source, std::string& newName);
     static bool pathExists(const std::wstring& path);
 
-    // lazy_rendering_copy.cpp
     bool lazyRenderFileCopy(const std::string& targetDir, const std::string& relativePath, const std::string& fileName)
         CLIP_REQUIRES(mMutex);
     bool waitLazyFileRenderingComplete();
