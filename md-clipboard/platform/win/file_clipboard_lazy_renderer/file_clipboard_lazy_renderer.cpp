@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "data_object/standing_lists.h"
 #include "file_clipboard_lazy_renderer/cache_cleaning.h"
+#include "file_clipboard_lazy_renderer/copied_file.h"
 #include "file_clipboard_lazy_renderer/drive_roots.h"
 #include "file_clipboard_lazy_renderer/drive_watcher.h"
 #include "file_clipboard_lazy_renderer/drop_file_publication.h"
@@ -97,8 +98,8 @@ bool FileClipboardLazyRenderer::PrepareFileLazyRendering(std::shared_ptr<Clipboa
     replaced = std::exchange(mLazyFileData, nullptr);
     mSparseSuffix.clear();
     mPendingOwnCopy = false;
-    // Decision: the clipboard, which is not open here, is asked to empty itself. That fails without a sound, and stays.
     placeholder.CloseOnceMore();
+    // Decision: the clipboard, which is not open here, is asked to empty itself. That fails without a sound, and stays.
     EmptyClipboard();
     return false;
 }
@@ -275,6 +276,24 @@ void FileClipboardLazyRenderer::disarm(const Arming& ended)
     mLazyFileData = nullptr;  // goes with the caller's
     mSparseSuffix.clear();
     mFileLazyRenderingPromise = nullptr;
+}
+
+// The flag answers for one change. Later ones that still show the placeholder are known by its folder; a list of
+// several files is never our own.
+bool FileClipboardLazyRenderer::ConsumeCopy()
+{
+    const bool pending = mPendingOwnCopy.exchange(false);
+    CLIP_LOG(kLogInfo, "Consume file lazy renderer copy %d", pending ? 1 : 0);
+    return pending || matchCopiedFile([this](const std::string& path) { return liesInOwnCache(path); });
+}
+
+bool FileClipboardLazyRenderer::liesInOwnCache(const std::string& path) const
+{
+    CLIP_LOG(kLogInfo, "Try to match lazy render cache file for copy: %s", path.c_str());
+    if (!liesInCache(path, cacheDirectory()))
+        return false;
+    CLIP_LOG(kLogInfo, "Copied file path match cache dir, bypass lazy render: %s", path.c_str());
+    return true;
 }
 
 }  // namespace sd::clip

@@ -1,7 +1,9 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// Whether a clipboard change is our own is told in a file of its own: copy_consumption.cpp.
+// This class keeps the order of the steps, and what they share under its locks. The steps themselves stand in parts that
+// know nothing of this class: cache_cleaning.h, PlaceholderFile, drop_file_publication.h, DriveWatcher, Landing,
+// TargetFile, RenderingWait and copied_file.h.
 #pragma once
 
 #include <windows.h>
@@ -73,7 +75,6 @@ private:
     static bool setFilesToClipboardWithDropEffect(const std::vector<std::wstring>& paths, std::uint32_t effect);
     static OwnedBlock prepareDropFilesMemory(const std::vector<std::wstring>& paths);
 
-    // copy_consumption.cpp
     bool liesInOwnCache(const std::string& path) const;
 
     bool monitorAllDrives() CLIP_REQUIRES(mInitMutex);

@@ -1,9 +1,8 @@
-// Whether a clipboard change is the library's own.
+#include "file_clipboard_lazy_renderer/copied_file.h"
+
 #include <windows.h>
 
 #include "base/log.h"
-#include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
-#include "file_clipboard_lazy_renderer/placeholder_name.h"
 #include "file_utilities/encoding.h"
 #include "support/drop_list.h"
 #include "support/opened_clipboard.h"
@@ -33,14 +32,8 @@ void openPatiently(OpenedClipboard& clipboard)
 
 }  // namespace
 
-// The flag answers for one change. Later ones that still show the placeholder are known by its folder; a list of
-// several files is never our own.
-bool FileClipboardLazyRenderer::ConsumeCopy()
+bool matchCopiedFile(const std::function<bool(const std::string& path)>& isSought)
 {
-    const bool pending = mPendingOwnCopy.exchange(false);
-    CLIP_LOG(kLogInfo, "Consume file lazy renderer copy %d", pending ? 1 : 0);
-    if (pending)
-        return true;
     OpenedClipboard clipboard;
     openPatiently(clipboard);
     const HANDLE block = GetClipboardData(CF_HDROP);
@@ -62,19 +55,10 @@ bool FileClipboardLazyRenderer::ConsumeCopy()
         CLIP_LOG(kLogError, "Invalid copy files!");
         return false;
     }
-    const bool isOwn = count == 1 && liesInOwnCache(WideToUtf8(list.ReadPath(0).c_str()));
+    const bool matches = count == 1 && isSought(WideToUtf8(list.ReadPath(0).c_str()));
     list.Unlock();
     clipboard.Close();
-    return isOwn;
-}
-
-bool FileClipboardLazyRenderer::liesInOwnCache(const std::string& path) const
-{
-    CLIP_LOG(kLogInfo, "Try to match lazy render cache file for copy: %s", path.c_str());
-    if (!liesInCache(path, cacheDirectory()))
-        return false;
-    CLIP_LOG(kLogInfo, "Copied file path match cache dir, bypass lazy render: %s", path.c_str());
-    return true;
+    return matches;
 }
 
 }  // namespace sd::clip
