@@ -34,7 +34,7 @@ public:
     }
     static bool opened(const ClipboardImpl& engine)
     {
-        return engine.mClipboardOpened;
+        return engine.mGuard.mClipboardOpened;
     }
     static std::shared_ptr<ClipboardData> clipData(const ClipboardImpl& engine)
     {
@@ -109,10 +109,16 @@ public:
 
     static std::vector<const void*> members(const ClipboardImpl& engine)
     {
-        return {
-            &engine.mListener,         &engine.mHwnd,      &engine.mClipboardOpened, &engine.mDetectThread,
-            &engine.mFormatMap,        &engine.mClipData,  &engine.mClipDataObject,  &engine.mFileClipboardSupported,
-            &engine.mFileLazyRenderer, &engine.mStateMutex};
+        return {&engine.mListener,
+                &engine.mHwnd,
+                &engine.mGuard.mClipboardOpened,
+                &engine.mDetectThread,
+                &engine.mFormatMap,
+                &engine.mClipData,
+                &engine.mClipDataObject,
+                &engine.mFileClipboardSupported,
+                &engine.mFileLazyRenderer,
+                &engine.mStateMutex};
     }
 };
 

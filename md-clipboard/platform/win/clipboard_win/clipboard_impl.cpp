@@ -85,6 +85,16 @@ std::string ClipboardImpl::cacheDirectory() const
     return GetCacheDirectory();
 }
 
+bool ClipboardImpl::Open()
+{
+    return mGuard.Open();
+}
+
+bool ClipboardImpl::Close()
+{
+    return mGuard.Close();
+}
+
 void ClipboardImpl::SetFileClipboardSupported(bool supported)
 {
     mFileClipboardSupported = supported;

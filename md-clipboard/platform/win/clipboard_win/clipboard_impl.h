@@ -1,7 +1,7 @@
 // The engine: the one object behind Clipboard::Get.
 //
 // Its operations stand in files of their own: message_window.cpp (the hidden window and the first report),
-// clipboard_access.cpp (opening and closing), copy_detection.cpp (what a change means for the guest),
+// copy_detection.cpp (what a change means for the guest),
 // clipboard_reading.cpp, clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
 #pragma once
 
@@ -17,11 +17,11 @@
 #include <vector>
 
 #include "base/annotated_mutex.h"
+#include "clipboard_win/clipboard_guard.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
 #include "support/clipboard_engine.h"
-#include "support/opened_clipboard.h"
 
 namespace sd::clip {
 
@@ -115,8 +115,8 @@ private:
 
     std::shared_ptr<ClipboardListener> mListener CLIP_GUARDED_BY(mStateMutex);
     std::atomic<HWND> mHwnd{nullptr};
-    std::atomic<bool> mClipboardOpened{false};  // this engine holds the clipboard open, on whichever thread
-    LatestTaskThread mDetectThread;             // safe by itself
+    ClipboardGuard mGuard{this};     // safe by itself
+    LatestTaskThread mDetectThread;  // safe by itself
     // Library format to platform format.
     std::map<ClipboardFormat, UINT> mFormatMap CLIP_GUARDED_BY(mStateMutex);
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateMutex);  // the record now being exchanged
@@ -125,18 +125,12 @@ private:
     FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
 
     mutable Mutex mStateMutex;  // a leaf: nothing is called under it
-    // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
-    // another, for the whole desktop. Who does not get it in the time that Open takes at the most finds the clipboard
-    // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits
-    // here. For the same reason a thread may take it again. It guards no member.
-    RecursiveTimedMutex mReadMutex CLIP_ACQUIRED_BEFORE(mStateMutex);
 
     // Of the noted data object. The gates ask it, and not the object, which may be dying on another thread.
     std::shared_ptr<FileRequest> mFileRequest CLIP_GUARDED_BY(mStateMutex);
     // Whose object went on the clipboard last. None while another one is on its way there.
     InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
     std::chrono::seconds mLongestInstall{3600};  // no lock: constant
-    OpenedClipboard mClipboard;                  // what Open opened; safe by itself
 };
 
 }  // namespace sd::clip

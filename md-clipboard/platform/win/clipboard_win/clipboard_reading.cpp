@@ -1,7 +1,6 @@
 // Turns what is on the system clipboard into a record for the host.
 #include <windows.h>
 
-#include <chrono>
 #include <utility>
 
 #include "base/log.h"
@@ -15,43 +14,6 @@
 namespace sd::clip {
 
 namespace {
-
-constexpr auto kLongestWait = std::chrono::milliseconds(50);
-
-// The engine's Open and Close for one read. Closes at the end of its scope, also when memory runs out in between.
-class OpenedForRead {
-public:
-    OpenedForRead(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
-        : mReading(readMutex, kLongestWait), mClipboard(clipboard), mOpened(isMyTurn() && clipboard.Open())
-    {
-    }
-    ~OpenedForRead()
-    {
-        if (mOpened)
-            mClipboard.Close();
-    }
-    OpenedForRead(const OpenedForRead&) = delete;
-    OpenedForRead& operator=(const OpenedForRead&) = delete;
-
-    explicit operator bool() const
-    {
-        return mOpened;
-    }
-
-private:
-    bool isMyTurn() const
-    {
-        if (!mReading.isHeld()) {
-            CLIP_LOG(kLogError, "Open clipboard fail from %p. error:%d", static_cast<void*>(&mClipboard),
-                     ERROR_ACCESS_DENIED);
-        }
-        return mReading.isHeld();
-    }
-
-    const TryLockScope<RecursiveTimedMutex> mReading;  // released after the clipboard was closed
-    Clipboard& mClipboard;
-    const bool mOpened;
-};
 
 enum class ReadFailure { kNone, kClipboardBusy, kNoData, kNotLocked, kEmpty };
 
@@ -73,10 +35,10 @@ std::vector<std::wstring> readPaths(const DropList& list, UINT count)
     return paths;
 }
 
-CopiedFiles readCopiedFiles(Clipboard& clipboard, RecursiveTimedMutex& readMutex)
+CopiedFiles readCopiedFiles(ClipboardGuard& guard)
 {
     CopiedFiles files;
-    const OpenedForRead opened(clipboard, readMutex);
+    const ClipboardGuard::Read opened(guard);
     if (!opened) {
         files.failure = ReadFailure::kClipboardBusy;
         return files;
@@ -132,7 +94,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat f
 std::shared_ptr<ClipboardData> ClipboardImpl::readText()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    const OpenedForRead opened(*this, mReadMutex);
+    const ClipboardGuard::Read opened(mGuard);
     if (!opened)
         return nullptr;
     std::string text;
@@ -183,7 +145,7 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
 std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
 {
     CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
-    const CopiedFiles files = readCopiedFiles(*this, mReadMutex);
+    const CopiedFiles files = readCopiedFiles(mGuard);
     switch (files.failure) {
         case ReadFailure::kNone:
             break;
