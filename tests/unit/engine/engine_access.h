@@ -50,11 +50,11 @@ public:
     }
     static ClipDataObject* notedObject(const ClipboardImpl& engine)
     {
-        return engine.mClipDataObject;
+        return engine.mNoted.mClipDataObject;
     }
     static void noteObject(ClipboardImpl& engine, ClipDataObject* object)
     {
-        engine.mClipDataObject = object;
+        engine.mNoted.mClipDataObject = object;
     }
     static std::map<ClipboardFormat, UINT>& formatMap(ClipboardImpl& engine)
     {
@@ -115,7 +115,7 @@ public:
                 &engine.mDetectThread,
                 &engine.mFormatMap,
                 &engine.mClipData,
-                &engine.mClipDataObject,
+                &engine.mNoted.mClipDataObject,
                 &engine.mFileClipboardSupported,
                 &engine.mFileLazyRenderer,
                 &engine.mStateMutex};

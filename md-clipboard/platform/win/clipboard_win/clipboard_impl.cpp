@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "data_object/file_request.h"
 
 namespace sd::clip {
 
@@ -148,12 +147,9 @@ void ClipboardImpl::notifyClipboardEvent(std::string operation, std::string stag
 
 void ClipboardImpl::resetClipCObjectData(ClipDataObject* object)
 {
-    CLIP_LOG(kLogInfo, "mClipDataObject=%p, object:%p", static_cast<void*>(mClipDataObject.load()),
+    CLIP_LOG(kLogInfo, "mClipDataObject=%p, object:%p", static_cast<void*>(mNoted.object()),
              static_cast<void*>(object));
-    std::shared_ptr<FileRequest> forgotten;  // goes after the lock
-    LockScope lock(mStateMutex);
-    if (mClipDataObject.compare_exchange_strong(object, nullptr))
-        mFileRequest.swap(forgotten);
+    mNoted.forgetObject(object);
 }
 
 std::shared_ptr<ClipboardListener> ClipboardImpl::listener() const

@@ -19,6 +19,7 @@
 #include "base/annotated_mutex.h"
 #include "clipboard_win/clipboard_guard.h"
 #include "clipboard_win/latest_task_thread.h"
+#include "clipboard_win/noted_data_object.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
 #include "support/clipboard_engine.h"
@@ -106,9 +107,6 @@ private:
     InstalledList installedList() const;
     bool isOnClipboard(const FileRequest& request) const;
     void takeOff(const FileRequest& request, const char* line);
-    std::shared_ptr<FileRequest> currentRequest() const;
-    bool forgetRequest(const std::shared_ptr<FileRequest>& request);
-    void noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request);
 
     std::shared_ptr<ClipboardListener> listener() const;
     void keepClipData(std::shared_ptr<ClipboardData> data);
@@ -120,14 +118,12 @@ private:
     // Library format to platform format.
     std::map<ClipboardFormat, UINT> mFormatMap CLIP_GUARDED_BY(mStateMutex);
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateMutex);  // the record now being exchanged
-    std::atomic<ClipDataObject*> mClipDataObject{nullptr};  // a note only: the OLE clipboard owns the object
+    NotedDataObject mNoted;                                                 // safe by itself
     std::atomic<bool> mFileClipboardSupported{false};
     FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
 
     mutable Mutex mStateMutex;  // a leaf: nothing is called under it
 
-    // Of the noted data object. The gates ask it, and not the object, which may be dying on another thread.
-    std::shared_ptr<FileRequest> mFileRequest CLIP_GUARDED_BY(mStateMutex);
     // Whose object went on the clipboard last. None while another one is on its way there.
     InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
     std::chrono::seconds mLongestInstall{3600};  // no lock: constant

@@ -100,8 +100,7 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
         return !isInsidePaste() && !isRefused(data, PasteRoute::kPlaceholder) &&
                mFileLazyRenderer.PrepareFileLazyRendering(std::dynamic_pointer_cast<ClipboardFileDataEx>(data));
     }
-    const std::shared_ptr<FileRequest> current = currentRequest();
-    if (current != nullptr && current->IsDataTransfering()) {
+    if (mNoted.isDataTransfering()) {
         CLIP_LOG(kLogError, "not support set clipboard when file is transfering");
         RaiseListDuringTransfer(*this, fileCount);
         return false;
@@ -116,7 +115,7 @@ bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_
 
     auto* const object = new ClipDataObject;
     const auto pending = std::make_shared<PendingObject>(object);
-    noteDataObject(object, object->GetRequest());
+    mNoted.note(object, object->GetRequest());
     CLIP_LOG(kLogInfo, "Create new clipdataobject:%p.", static_cast<void*>(object));
     object->SetClipboardData(std::move(data));
     std::future_status status;
@@ -253,8 +252,8 @@ void ClipboardImpl::takeOff(const FileRequest& request, const char* line)
 void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
 {
     CLIP_LOG(kLogInfo, "fail:%d", static_cast<int>(fail));
-    ClipDataObject* const object = mClipDataObject;
-    const std::shared_ptr<FileRequest> request = currentRequest();
+    const ClipDataObject* const object = mNoted.object();
+    const std::shared_ptr<FileRequest> request = mNoted.request();
     if (object == nullptr || request == nullptr) {
         CLIP_LOG(kLogInfo, "ClipDataObject is nullptr, don't need reset oleclipboard");
         return;
@@ -267,7 +266,7 @@ void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
         return;
     keepClipData(nullptr);
     request->NotifyFileTransferFailed();
-    if (!forgetRequest(request))
+    if (!mNoted.forgetRequest(request))
         return;  // while this waited for a reader somebody else's copy came, or a newer list: it stays
     // Later, if this is called from inside an event or a function that is called under a data lock.
     DataLockScope::runWithoutLock([this, request] { takeOff(*request, "Empty OLE Clipboard data\n"); });
@@ -277,31 +276,6 @@ void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
 {
     CLIP_LOG(kLogInfo, "Notify file lazy rendering result %d", static_cast<int>(result));
     mFileLazyRenderer.NotifyFileLazyRenderingComplete(result);
-}
-
-std::shared_ptr<FileRequest> ClipboardImpl::currentRequest() const
-{
-    LockScope lock(mStateMutex);
-    return mFileRequest;
-}
-
-// @return whether it was the noted one
-bool ClipboardImpl::forgetRequest(const std::shared_ptr<FileRequest>& request)
-{
-    LockScope lock(mStateMutex);
-    if (mFileRequest != request)
-        return false;
-    mClipDataObject = nullptr;
-    mFileRequest = nullptr;  // not the last reference: the caller has one
-    return true;
-}
-
-void ClipboardImpl::noteDataObject(ClipDataObject* object, std::shared_ptr<FileRequest> request)
-{
-    // The earlier request goes with `request`, after the lock.
-    LockScope lock(mStateMutex);
-    mClipDataObject = object;
-    mFileRequest.swap(request);
 }
 
 }  // namespace sd::clip

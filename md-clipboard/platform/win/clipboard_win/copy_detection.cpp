@@ -4,7 +4,6 @@
 
 #include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
-#include "data_object/file_request.h"
 #include "support/clipboard_events.h"
 
 namespace sd::clip {
@@ -57,8 +56,7 @@ void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/,
         return;
     }
 
-    const std::shared_ptr<FileRequest> request = currentRequest();
-    if (request != nullptr && request->IsDataTransfering()) {
+    if (mNoted.isDataTransfering()) {
         CLIP_LOG(kLogError, "not support onDetectCopy when file is transferring");
         RaiseCopyDuringTransfer(*this);
         return;
