@@ -93,7 +93,7 @@ public:
 
     static void setLongestInstall(ClipboardImpl& engine, std::chrono::seconds longest)
     {
-        engine.mLongestInstall = longest;
+        engine.mWorkThread.mLongestWait = longest;
     }
 
     // Of the job that waits for the work thread.
@@ -104,7 +104,7 @@ public:
 
     static std::chrono::seconds longestInstall(const ClipboardImpl& engine)
     {
-        return engine.mLongestInstall;
+        return engine.mWorkThread.mLongestWait;
     }
 
     static std::vector<const void*> members(const ClipboardImpl& engine)

@@ -8,9 +8,7 @@
 #include <windows.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
-#include <future>
 #include <map>
 #include <memory>
 #include <string>
@@ -20,6 +18,7 @@
 #include "clipboard_win/clipboard_guard.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "clipboard_win/noted_data_object.h"
+#include "clipboard_win/work_thread_caller.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
 #include "support/clipboard_engine.h"
@@ -28,7 +27,7 @@ namespace sd::clip {
 
 class ClipDataObject;
 class FileRequest;
-enum class FuncExecStatus : std::int32_t;
+class PendingObject;
 
 // Threads: any, at once. No lock is held during a call to the host. Made once and never destroyed: detached threads
 // use it until the process ends.
@@ -93,14 +92,11 @@ private:
     std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();
 
     // clipboard_writing.cpp
-    class PendingObject;
     struct InstalledList {
         std::weak_ptr<FileRequest> request;
         HWND owner = nullptr;  // the clipboard's, right after; null if that was another program's already
     };
     bool setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount);
-    std::future_status installOnWorkThread(const std::shared_ptr<PendingObject>& pending);
-    std::future_status waitForWorkThread(const std::future<FuncExecStatus>& done) const;
     void setCurrentOleDataObject(PendingObject& pending);
     bool setOleDataObject(ClipDataObject* object);
     InstalledList noteInstalled(InstalledList list);
@@ -126,7 +122,7 @@ private:
 
     // Whose object went on the clipboard last. None while another one is on its way there.
     InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
-    std::chrono::seconds mLongestInstall{3600};  // no lock: constant
+    WorkThreadCaller mWorkThread;  // safe by itself
 };
 
 }  // namespace sd::clip

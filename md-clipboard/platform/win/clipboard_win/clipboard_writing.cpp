@@ -6,6 +6,7 @@
 #include "base/log.h"
 #include "clipboard_win/clipboard_impl.h"
 #include "clipboard_win/list_removal.h"
+#include "clipboard_win/pending_object.h"
 #include "data_object/clip_data_object.h"
 #include "data_object/data_lock.h"
 #include "data_object/standing_lists.h"
@@ -14,15 +15,12 @@
 #include "support/clipboard_events.h"
 #include "support/sent_messages.h"
 #include "workthread/future_error_number.h"
-#include "workthread/remote_format_file.h"
 
 namespace sd::clip {
 
 namespace {
 
 constexpr std::uint32_t kTransferFailed = 1;
-constexpr auto kMessagePause = std::chrono::milliseconds(10);
-constexpr auto kTimeBetweenWakes = std::chrono::seconds(1);
 
 std::int64_t countFiles(const std::shared_ptr<ClipboardData>& data)
 {
@@ -52,39 +50,7 @@ HRESULT setWhenClosed(IDataObject* data)
     return set;
 }
 
-// A call from a paste's own function or event would wait for ever: the old data object dies on the thread that serves
-// OLE, and waits there for the data lock that the caller holds, or for the caller itself.
-bool isInsidePaste()
-{
-    const bool isInside = DataLockScope::isHeldByThisThread() || RemoteFormatFile::Instance().IsThisThread();
-    if (isInside)
-        CLIP_LOG(kLogError, "not support set clipboard from inside a paste");
-    return isInside;
-}
-
 }  // namespace
-
-// A data object on its way to the work thread, with the reference of its creation. Whoever takes it owns that
-// reference; if nobody does, because the job was discarded, the object goes with the job.
-class ClipboardImpl::PendingObject {
-public:
-    explicit PendingObject(ClipDataObject* object) : mObject(object) {}
-    ~PendingObject()
-    {
-        if (ClipDataObject* const left = take())
-            left->Release();
-    }
-    PendingObject(const PendingObject&) = delete;
-    PendingObject& operator=(const PendingObject&) = delete;
-
-    ClipDataObject* take()
-    {
-        return mObject.exchange(nullptr);
-    }
-
-private:
-    std::atomic<ClipDataObject*> mObject;
-};
 
 bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data)
 {
@@ -97,7 +63,7 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
     }
     if (format == ClipboardFormat::FileLazy) {
         CLIP_LOG(kLogInfo, "Use file lazy renderer to handle file clipboard data");
-        return !isInsidePaste() && !isRefused(data, PasteRoute::kPlaceholder) &&
+        return !WorkThreadCaller::isInsidePaste() && !isRefused(data, PasteRoute::kPlaceholder) &&
                mFileLazyRenderer.PrepareFileLazyRendering(std::dynamic_pointer_cast<ClipboardFileDataEx>(data));
     }
     if (mNoted.isDataTransfering()) {
@@ -105,7 +71,8 @@ bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<Cli
         RaiseListDuringTransfer(*this, fileCount);
         return false;
     }
-    return !isInsidePaste() && !isRefused(data, PasteRoute::kStreamed) && setFileList(std::move(data), fileCount);
+    return !WorkThreadCaller::isInsidePaste() && !isRefused(data, PasteRoute::kStreamed) &&
+           setFileList(std::move(data), fileCount);
 }
 
 bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount)
@@ -120,44 +87,19 @@ bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_
     object->SetClipboardData(std::move(data));
     std::future_status status;
     try {
-        status = installOnWorkThread(pending);
+        status = mWorkThread.run([this, pending] { setCurrentOleDataObject(*pending); });
     } catch (const std::future_error& failure) {
         CLIP_LOG(kLogError, "handle future error code %d, %s", futureErrorNumber(failure), failure.what());
         return false;
     }
     if (status == std::future_status::timeout) {
-        RemoteFormatFile::Instance().MoveToThread(nullptr);  // withdraws the job
+        WorkThreadCaller::withdraw();
         RaiseListFailed(*this, fileCount);
         return false;
     }
     // What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
     RaiseListComplete(*this, fileCount);
     return true;
-}
-
-std::future_status ClipboardImpl::installOnWorkThread(const std::shared_ptr<PendingObject>& pending)
-{
-    return waitForWorkThread(
-        RemoteFormatFile::Instance().MoveToThread([this, pending] { setCurrentOleDataObject(*pending); }));
-}
-
-// A caller that joined OLE owns the clipboard that was just emptied, and the work thread's OleSetClipboard sends a
-// message to the owner: it is served while waiting. The work thread may not have noticed that its message was dropped.
-std::future_status ClipboardImpl::waitForWorkThread(const std::future<FuncExecStatus>& done) const
-{
-    const auto begin = std::chrono::steady_clock::now();
-    auto nextWake = begin + kTimeBetweenWakes;
-    for (;;) {
-        const std::future_status status = done.wait_for(kMessagePause);
-        const auto now = std::chrono::steady_clock::now();
-        if (status != std::future_status::timeout || now >= begin + mLongestInstall)
-            return status;
-        ServeSentMessages();
-        if (now >= nextWake) {
-            RemoteFormatFile::Instance().Wake();
-            nextWake = now + kTimeBetweenWakes;
-        }
-    }
 }
 
 // What the work thread runs. The object is this call's own: of two calls at once each installs its object, once.
