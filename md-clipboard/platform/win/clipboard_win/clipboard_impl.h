@@ -18,6 +18,7 @@
 #include "clipboard_win/clipboard_guard.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "clipboard_win/noted_data_object.h"
+#include "clipboard_win/ole_clipboard.h"
 #include "clipboard_win/work_thread_caller.h"
 #include "file_clipboard_lazy_renderer/file_clipboard_lazy_renderer.h"
 #include "sd/clip/clipboard.h"
@@ -92,17 +93,11 @@ private:
     std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();
 
     // clipboard_writing.cpp
-    struct InstalledList {
-        std::weak_ptr<FileRequest> request;
-        HWND owner = nullptr;  // the clipboard's, right after; null if that was another program's already
-    };
     bool setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount);
     void setCurrentOleDataObject(PendingObject& pending);
+    // Null empties the OLE clipboard. One reference of the caller's to the object goes over to this call, whatever
+    // comes of it.
     bool setOleDataObject(ClipDataObject* object);
-    InstalledList noteInstalled(InstalledList list);
-    InstalledList installedList() const;
-    bool isOnClipboard(const FileRequest& request) const;
-    void takeOff(const FileRequest& request, const char* line);
 
     std::shared_ptr<ClipboardListener> listener() const;
     void keepClipData(std::shared_ptr<ClipboardData> data);
@@ -120,8 +115,7 @@ private:
 
     mutable Mutex mStateMutex;  // a leaf: nothing is called under it
 
-    // Whose object went on the clipboard last. None while another one is on its way there.
-    InstalledList mInstalled CLIP_GUARDED_BY(mStateMutex);
+    OleClipboard mOleClipboard;    // safe by itself
     WorkThreadCaller mWorkThread;  // safe by itself
 };
 
