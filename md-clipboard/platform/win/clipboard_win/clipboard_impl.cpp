@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "base/log.h"
+#include "clipboard_win/local_copy_reader.h"
+#include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
 
@@ -108,6 +110,60 @@ std::shared_ptr<Clipboard> ClipboardImpl::SetListener(std::shared_ptr<ClipboardL
     // The earlier listener is released here, outside the lock: its destructor is the host's.
     listener.reset();
     return Get();
+}
+
+std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat format)
+{
+    UINT platformFormat = 0;
+    {
+        LockScope lock(mStateMutex);
+        platformFormat = mFormatMap[format];  // an unknown format stays in the map with 0, which nothing reports
+    }
+    CLIP_LOG(kLogInfo, "clipformat:%d, cfformat:%d from %p", static_cast<int>(format), static_cast<int>(platformFormat),
+             static_cast<void*>(this));
+    switch (platformFormat) {
+        case CF_TEXT:
+        case CF_OEMTEXT:
+        case CF_UNICODETEXT:
+        case CF_DSPTEXT:
+            return readText();
+        case CF_BITMAP:
+        case CF_DIB:
+        case CF_DIBV5:
+        case CF_DSPBITMAP:
+            return std::make_shared<ClipboardImageDataImpl>();  // says only that an image is there
+        case CF_HDROP:
+            return readFiles();
+        default:
+            return nullptr;
+    }
+}
+
+std::shared_ptr<ClipboardData> ClipboardImpl::readText()
+{
+    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
+    return LocalCopyReader(mGuard).readText();
+}
+
+std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
+{
+    if (!mFileClipboardSupported) {
+        CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
+        return nullptr;
+    }
+    const auto paths = GetFilesFromClipboard();
+    if (paths == nullptr || paths->empty())
+        return nullptr;
+    // In full post-process mode a copied directory stays one entry: the host walks it by its own means.
+    auto record = LocalCopyReader::describe(*paths, !mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode());
+    keepClipData(record);
+    return record;
+}
+
+std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
+{
+    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
+    return LocalCopyReader(mGuard).readPaths();
 }
 
 std::vector<ClipboardFormat> ClipboardImpl::GetAvailableFormats()

@@ -2,7 +2,7 @@
 //
 // Its operations stand in files of their own: message_window.cpp (the hidden window and the first report),
 // copy_detection.cpp (what a change means for the guest),
-// clipboard_reading.cpp, clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
+// clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
 #pragma once
 
 #include <windows.h>
@@ -87,7 +87,6 @@ private:
     ClipboardFormat clipFormatFromPlatform(UINT platformFormat);
     bool passesFileGates(const std::vector<UINT>& platformFormats);
 
-    // clipboard_reading.cpp
     std::shared_ptr<ClipboardData> readText();
     std::shared_ptr<ClipboardData> readFiles();
     std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();

@@ -1,13 +1,12 @@
-// Turns what is on the system clipboard into a record for the host.
+#include "clipboard_win/local_copy_reader.h"
+
 #include <windows.h>
 
 #include <utility>
 
 #include "base/log.h"
-#include "clipboard_win/clipboard_impl.h"
 #include "file_utilities/clip_file_list.h"
 #include "file_utilities/encoding.h"
-#include "sd/clip/clipboard_data.h"
 #include "support/drop_list.h"
 #include "support/global_lock.h"
 
@@ -64,36 +63,8 @@ CopiedFiles readCopiedFiles(ClipboardGuard& guard)
 
 }  // namespace
 
-std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat format)
+std::shared_ptr<ClipboardData> LocalCopyReader::readText() const
 {
-    UINT platformFormat = 0;
-    {
-        LockScope lock(mStateMutex);
-        platformFormat = mFormatMap[format];  // an unknown format stays in the map with 0, which nothing reports
-    }
-    CLIP_LOG(kLogInfo, "clipformat:%d, cfformat:%d from %p", static_cast<int>(format), static_cast<int>(platformFormat),
-             static_cast<void*>(this));
-    switch (platformFormat) {
-        case CF_TEXT:
-        case CF_OEMTEXT:
-        case CF_UNICODETEXT:
-        case CF_DSPTEXT:
-            return readText();
-        case CF_BITMAP:
-        case CF_DIB:
-        case CF_DIBV5:
-        case CF_DSPBITMAP:
-            return std::make_shared<ClipboardImageDataImpl>();  // says only that an image is there
-        case CF_HDROP:
-            return readFiles();
-        default:
-            return nullptr;
-    }
-}
-
-std::shared_ptr<ClipboardData> ClipboardImpl::readText()
-{
-    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
     const ClipboardGuard::Read opened(mGuard);
     if (!opened)
         return nullptr;
@@ -112,39 +83,8 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readText()
     return record;
 }
 
-std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
+std::shared_ptr<std::vector<std::string>> LocalCopyReader::readPaths() const
 {
-    if (!mFileClipboardSupported) {
-        CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
-        return nullptr;
-    }
-    const auto paths = GetFilesFromClipboard();
-    if (paths == nullptr || paths->empty())
-        return nullptr;
-
-    const auto list = std::make_unique<ClipFileList>(*paths);
-    // In full post-process mode a copied directory stays one entry: the host walks it by its own means.
-    list->ExpandAllFiles(!mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode());
-    std::vector<ClipfileDescription> files = list->TakeAllFiles();
-    if (!files.empty()) {
-        const ClipfileDescription& first = files.front();
-        CLIP_LOG(kLogInfo,
-                 "copy %d files to guest os, file[%d] : root(%s) relativePath(%s) fileName(%s) attributes(%ld) "
-                 "mode(%d), size(%lld) ...",
-                 static_cast<int>(files.size()), 0, first.root.c_str(), first.relativePath.c_str(),
-                 first.fileName.c_str(), static_cast<long>(first.attributes), static_cast<int>(first.mode),
-                 static_cast<long long>(first.size));
-    }
-    auto record = std::make_shared<ClipboardFileDataImpl>();
-    record->SetFiles(std::move(files));
-    keepClipData(record);
-    return record;
-}
-
-// The clipboard is free again before a message is written.
-std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
-{
-    CLIP_LOG(kLogInfo, "try to open clipboard from %p", static_cast<void*>(this));
     const CopiedFiles files = readCopiedFiles(mGuard);
     switch (files.failure) {
         case ReadFailure::kNone:
@@ -168,6 +108,25 @@ std::shared_ptr<std::vector<std::string>> ClipboardImpl::GetFilesFromClipboard()
             paths->push_back(std::move(text));
     }
     return paths;
+}
+
+std::shared_ptr<ClipboardFileDataImpl> LocalCopyReader::describe(const std::vector<std::string>& paths, bool isExpanded)
+{
+    const auto list = std::make_unique<ClipFileList>(paths);
+    list->ExpandAllFiles(isExpanded);
+    std::vector<ClipfileDescription> files = list->TakeAllFiles();
+    if (!files.empty()) {
+        const ClipfileDescription& first = files.front();
+        CLIP_LOG(kLogInfo,
+                 "copy %d files to guest os, file[%d] : root(%s) relativePath(%s) fileName(%s) attributes(%ld) "
+                 "mode(%d), size(%lld) ...",
+                 static_cast<int>(files.size()), 0, first.root.c_str(), first.relativePath.c_str(),
+                 first.fileName.c_str(), static_cast<long>(first.attributes), static_cast<int>(first.mode),
+                 static_cast<long long>(first.size));
+    }
+    auto record = std::make_shared<ClipboardFileDataImpl>();
+    record->SetFiles(std::move(files));
+    return record;
 }
 
 }  // namespace sd::clip
