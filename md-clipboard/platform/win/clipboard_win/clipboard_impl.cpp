@@ -5,7 +5,9 @@
 
 #include "base/log.h"
 #include "clipboard_win/local_copy_reader.h"
+#include "clipboard_win/offered_formats.h"
 #include "sd/clip/clipboard_data.h"
+#include "support/clipboard_events.h"
 
 namespace sd::clip {
 
@@ -110,6 +112,34 @@ std::shared_ptr<Clipboard> ClipboardImpl::SetListener(std::shared_ptr<ClipboardL
     // The earlier listener is released here, outside the lock: its destructor is the host's.
     listener.reset();
     return Get();
+}
+
+void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/, long long /*lParam*/)
+{
+    if (mFileLazyRenderer.ConsumeCopy()) {
+        CLIP_LOG(kLogInfo, "File clipboard lazy renderer is ready, skip onDetectCopy");
+        return;
+    }
+    if (mNoted.isDataTransfering()) {
+        CLIP_LOG(kLogError, "not support onDetectCopy when file is transferring");
+        RaiseCopyDuringTransfer(*this);
+        return;
+    }
+    const std::vector<ClipboardFormat> formats = OfferedFormats::Read().forGuest(
+        [this](UINT platformFormat) { return clipFormatFromPlatform(platformFormat); }, mFileClipboardSupported, *this);
+    if (const auto current = listener())
+        current->OnClipboardFormats(formats);
+}
+
+// The first library format, in their order, that the platform format stands for; 0 if none does.
+ClipboardFormat ClipboardImpl::clipFormatFromPlatform(UINT platformFormat)
+{
+    LockScope lock(mStateMutex);
+    for (const auto& [format, mapped] : mFormatMap) {
+        if (mapped == platformFormat)
+            return format;
+    }
+    return ClipboardFormat();
 }
 
 std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat format)

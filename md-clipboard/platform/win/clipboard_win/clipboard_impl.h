@@ -1,7 +1,6 @@
 // The engine: the one object behind Clipboard::Get.
 //
 // Its operations stand in files of their own: message_window.cpp (the hidden window and the first report),
-// copy_detection.cpp (what a change means for the guest),
 // clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
 #pragma once
 
@@ -82,10 +81,8 @@ private:
     HWND InitInstance(HINSTANCE module);
     void syncClipboardDataToClient();
 
-    // copy_detection.cpp
     void onDetectCopy(HWND window, unsigned long long wParam, long long lParam);
     ClipboardFormat clipFormatFromPlatform(UINT platformFormat);
-    bool passesFileGates(const std::vector<UINT>& platformFormats);
 
     std::shared_ptr<ClipboardData> readText();
     std::shared_ptr<ClipboardData> readFiles();

@@ -1,9 +1,8 @@
-// What a clipboard change means for the guest. Reads no clipboard contents: the host fetches those afterwards.
+#include "clipboard_win/offered_formats.h"
+
 #include <algorithm>
-#include <utility>
 
 #include "base/log.h"
-#include "clipboard_win/clipboard_impl.h"
 #include "support/clipboard_events.h"
 
 namespace sd::clip {
@@ -39,69 +38,45 @@ UpdatedFormats updatedFormats()
     return updated;
 }
 
+}  // namespace
+
 // On a tie the enumerated list wins.
-std::vector<UINT> offeredFormats()
+OfferedFormats OfferedFormats::Read()
 {
     std::vector<UINT> enumerated = enumerateFormats();
     UpdatedFormats updated = updatedFormats();
-    return enumerated.size() < updated.count ? std::move(updated.formats) : std::move(enumerated);
+    return OfferedFormats(enumerated.size() < updated.count ? std::move(updated.formats) : std::move(enumerated));
 }
 
-}  // namespace
-
-void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/, long long /*lParam*/)
+std::vector<ClipboardFormat> OfferedFormats::forGuest(const Lookup& lookup, const std::atomic<bool>& filesSupported,
+                                                      ClipboardEngine& engine) const
 {
-    if (mFileLazyRenderer.ConsumeCopy()) {
-        CLIP_LOG(kLogInfo, "File clipboard lazy renderer is ready, skip onDetectCopy");
-        return;
-    }
-
-    if (mNoted.isDataTransfering()) {
-        CLIP_LOG(kLogError, "not support onDetectCopy when file is transferring");
-        RaiseCopyDuringTransfer(*this);
-        return;
-    }
-
-    const std::vector<UINT> platformFormats = offeredFormats();
     std::vector<ClipboardFormat> formats;
-    for (const UINT platformFormat : platformFormats) {
-        const ClipboardFormat format = clipFormatFromPlatform(platformFormat);
+    for (const UINT platformFormat : mFormats) {
+        const ClipboardFormat format = lookup(platformFormat);
         if (format == ClipboardFormat())
             continue;
-        if (format == ClipboardFormat::File && !passesFileGates(platformFormats))
+        if (format == ClipboardFormat::File && !passesFileGates(filesSupported, engine))
             continue;
         CLIP_LOG(kLogInfo, "Add clipformat:%d, cfformat:%d", static_cast<int>(format),
                  static_cast<int>(platformFormat));
         formats.push_back(format);
     }
-
-    if (const auto current = listener())
-        current->OnClipboardFormats(formats);
-}
-
-// The first library format, in their order, that the platform format stands for; 0 if none does.
-ClipboardFormat ClipboardImpl::clipFormatFromPlatform(UINT platformFormat)
-{
-    LockScope lock(mStateMutex);
-    for (const auto& [format, mapped] : mFormatMap) {
-        if (mapped == platformFormat)
-            return format;
-    }
-    return ClipboardFormat();
+    return formats;
 }
 
 // Programs that copy a picture often offer it as a file too; the picture is what the user meant, and pictures are not
 // this library's. Only CF_BITMAP counts, other forms of a picture do not.
-bool ClipboardImpl::passesFileGates(const std::vector<UINT>& platformFormats)
+bool OfferedFormats::passesFileGates(const std::atomic<bool>& filesSupported, ClipboardEngine& engine) const
 {
-    if (!mFileClipboardSupported) {
+    if (!filesSupported) {
         CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
-        RaiseCopyUnsupported(*this);
+        RaiseCopyUnsupported(engine);
         return false;
     }
-    if (std::find(platformFormats.begin(), platformFormats.end(), CF_BITMAP) != platformFormats.end()) {
+    if (std::find(mFormats.begin(), mFormats.end(), CF_BITMAP) != mFormats.end()) {
         CLIP_LOG(kLogInfo, "Qsp file clipboard ignore when pic copy at same time");
-        RaiseCopyWithPicture(*this);
+        RaiseCopyWithPicture(engine);
         return false;
     }
     return true;
