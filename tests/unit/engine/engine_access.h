@@ -30,7 +30,7 @@ public:
     }
     static HWND window(const ClipboardImpl& engine)
     {
-        return engine.mHwnd;
+        return engine.mWindow.mHwnd;
     }
     static bool opened(const ClipboardImpl& engine)
     {
@@ -110,7 +110,7 @@ public:
     static std::vector<const void*> members(const ClipboardImpl& engine)
     {
         return {&engine.mListener,
-                &engine.mHwnd,
+                &engine.mWindow.mHwnd,
                 &engine.mGuard.mClipboardOpened,
                 &engine.mDetectThread,
                 &engine.mFormatMap,

@@ -1,6 +1,8 @@
 #include "clipboard_win/clipboard_impl.h"
 
+#include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include "base/log.h"
@@ -12,6 +14,8 @@
 namespace sd::clip {
 
 namespace {
+
+constexpr auto kFirstSyncDelay = std::chrono::seconds(2);
 
 struct FormatRow {
     ClipboardFormat format;
@@ -51,6 +55,15 @@ std::shared_ptr<ClipboardImpl> makeEngine()
     return engine;
 }
 
+LRESULT CALLBACK clipboardWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (!HiddenWindow::isClipboardMessage(message))
+        return DefWindowProcW(window, message, wParam, lParam);
+    if (const auto engine = ClipboardImpl::instance())
+        engine->onMessage(window, message, wParam, lParam);
+    return 0;
+}
+
 }  // namespace
 
 std::shared_ptr<Clipboard> Clipboard::Get()
@@ -70,7 +83,7 @@ std::shared_ptr<ClipboardImpl> ClipboardImpl::instance()
     }
 }
 
-ClipboardImpl::ClipboardImpl()
+ClipboardImpl::ClipboardImpl() : mWindow(&clipboardWindowProcedure)
 {
     for (const FormatRow& row : kFormatTable)
         mFormatMap.emplace(row.format, row.platformFormat);
@@ -86,6 +99,60 @@ std::string ClipboardImpl::GetCacheDirectory()
 std::string ClipboardImpl::cacheDirectory() const
 {
     return GetCacheDirectory();
+}
+
+HWND ClipboardImpl::InitInstance(HINSTANCE module)
+{
+    return mWindow.create(module);
+}
+
+// False on every way, success included: hosts were told so, and none reads it.
+bool ClipboardImpl::Init()
+{
+    const HWND window = InitInstance(nullptr);
+    if (window == nullptr) {
+        CLIP_LOG(kLogError, "InitInstance fail");
+        return false;
+    }
+    if (!HiddenWindow::startListening(window))
+        return false;
+    try {
+        std::thread(&ClipboardImpl::syncClipboardDataToClient, this).detach();
+    } catch (const std::exception& failure) {
+        CLIP_LOG(kLogFatal, "The first sync can't be started: %s", failure.what());
+        return false;
+    }
+    CLIP_LOG(kLogInfo, "Init end.");
+    return false;
+}
+
+bool ClipboardImpl::UnInit()
+{
+    mWindow.stopListening();
+    return false;
+}
+
+void ClipboardImpl::onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message != WM_CLIPBOARDUPDATE)
+        return;
+    try {
+        mDetectThread.Detach();
+        mDetectThread.PostLatest([this, window, wParam, lParam] { onDetectCopy(window, wParam, lParam); });
+    } catch (const std::exception& failure) {
+        CLIP_LOG(kLogFatal, "A clipboard change is lost: %s", failure.what());
+    }
+}
+
+// Two seconds after Init, what the clipboard already holds is reported as if it had just been copied.
+void ClipboardImpl::syncClipboardDataToClient()
+{
+    CLIP_LOG(kLogInfo, "Sync clipboard to client begin.");
+    std::this_thread::sleep_for(kFirstSyncDelay);
+    if (const auto engine = instance()) {
+        engine->onMessage(nullptr, WM_CLIPBOARDUPDATE, 0, 0);
+        CLIP_LOG(kLogInfo, "Sync clipboard to client end.");
+    }
 }
 
 bool ClipboardImpl::Open()

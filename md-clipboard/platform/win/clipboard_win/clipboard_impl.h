@@ -1,7 +1,6 @@
 // The engine: the one object behind Clipboard::Get.
 //
-// Its operations stand in files of their own: message_window.cpp (the hidden window and the first report),
-// clipboard_writing.cpp; the rest is in clipboard_impl.cpp.
+// What writes to the clipboard is in clipboard_writing.cpp, the rest in clipboard_impl.cpp.
 #pragma once
 
 #include <windows.h>
@@ -15,6 +14,7 @@
 
 #include "base/annotated_mutex.h"
 #include "clipboard_win/clipboard_guard.h"
+#include "clipboard_win/hidden_window.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "clipboard_win/noted_data_object.h"
 #include "clipboard_win/ole_clipboard.h"
@@ -77,7 +77,6 @@ public:
 private:
     friend class TestAccess;
 
-    // message_window.cpp
     HWND InitInstance(HINSTANCE module);
     void syncClipboardDataToClient();
 
@@ -99,7 +98,7 @@ private:
     void keepClipData(std::shared_ptr<ClipboardData> data);
 
     std::shared_ptr<ClipboardListener> mListener CLIP_GUARDED_BY(mStateMutex);
-    std::atomic<HWND> mHwnd{nullptr};
+    HiddenWindow mWindow;            // safe by itself
     ClipboardGuard mGuard{this};     // safe by itself
     LatestTaskThread mDetectThread;  // safe by itself
     // Library format to platform format.
