@@ -2,6 +2,7 @@
 #pragma once
 
 #include <future>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -58,7 +59,7 @@ public:
     }
     static std::map<ClipboardFormat, UINT>& formatMap(ClipboardImpl& engine)
     {
-        return engine.mFormatMap;
+        return engine.mFormats.mFormatMap;
     }
     static FileClipboardLazyRenderer& renderer(ClipboardImpl& engine)
     {
@@ -113,7 +114,7 @@ public:
                 &engine.mWindow.mHwnd,
                 &engine.mGuard.mClipboardOpened,
                 &engine.mDetectThread,
-                &engine.mFormatMap,
+                &engine.mFormats.mFormatMap,
                 &engine.mClipData,
                 &engine.mNoted.mClipDataObject,
                 &engine.mFileClipboardSupported,

@@ -17,16 +17,6 @@ namespace {
 
 constexpr auto kFirstSyncDelay = std::chrono::seconds(2);
 
-struct FormatRow {
-    ClipboardFormat format;
-    UINT platformFormat;
-};
-
-// What the library reports and reads. Files alone: this is a bridge for files.
-constexpr FormatRow kFormatTable[] = {
-    {ClipboardFormat::File, CF_HDROP},
-};
-
 struct CacheDirectory {
     Mutex mutex;  // a leaf
     std::string path CLIP_GUARDED_BY(mutex);
@@ -83,11 +73,7 @@ std::shared_ptr<ClipboardImpl> ClipboardImpl::instance()
     }
 }
 
-ClipboardImpl::ClipboardImpl() : mWindow(&clipboardWindowProcedure)
-{
-    for (const FormatRow& row : kFormatTable)
-        mFormatMap.emplace(row.format, row.platformFormat);
-}
+ClipboardImpl::ClipboardImpl() : mWindow(&clipboardWindowProcedure) {}
 
 std::string ClipboardImpl::GetCacheDirectory()
 {
@@ -198,24 +184,14 @@ void ClipboardImpl::onDetectCopy(HWND /*window*/, unsigned long long /*wParam*/,
         current->OnClipboardFormats(formats);
 }
 
-// The first library format, in their order, that the platform format stands for; 0 if none does.
 ClipboardFormat ClipboardImpl::clipFormatFromPlatform(UINT platformFormat)
 {
-    LockScope lock(mStateMutex);
-    for (const auto& [format, mapped] : mFormatMap) {
-        if (mapped == platformFormat)
-            return format;
-    }
-    return ClipboardFormat();
+    return mFormats.fromPlatform(platformFormat);
 }
 
 std::shared_ptr<ClipboardData> ClipboardImpl::GetClipboardData(ClipboardFormat format)
 {
-    UINT platformFormat = 0;
-    {
-        LockScope lock(mStateMutex);
-        platformFormat = mFormatMap[format];  // an unknown format stays in the map with 0, which nothing reports
-    }
+    const UINT platformFormat = mFormats.toPlatform(format);
     CLIP_LOG(kLogInfo, "clipformat:%d, cfformat:%d from %p", static_cast<int>(format), static_cast<int>(platformFormat),
              static_cast<void*>(this));
     switch (platformFormat) {

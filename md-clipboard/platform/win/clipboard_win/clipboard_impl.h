@@ -7,13 +7,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "base/annotated_mutex.h"
 #include "clipboard_win/clipboard_guard.h"
+#include "clipboard_win/format_map.h"
 #include "clipboard_win/hidden_window.h"
 #include "clipboard_win/latest_task_thread.h"
 #include "clipboard_win/noted_data_object.h"
@@ -98,11 +98,10 @@ private:
     void keepClipData(std::shared_ptr<ClipboardData> data);
 
     std::shared_ptr<ClipboardListener> mListener CLIP_GUARDED_BY(mStateMutex);
-    HiddenWindow mWindow;            // safe by itself
-    ClipboardGuard mGuard{this};     // safe by itself
-    LatestTaskThread mDetectThread;  // safe by itself
-    // Library format to platform format.
-    std::map<ClipboardFormat, UINT> mFormatMap CLIP_GUARDED_BY(mStateMutex);
+    HiddenWindow mWindow;                                                   // safe by itself
+    ClipboardGuard mGuard{this};                                            // safe by itself
+    LatestTaskThread mDetectThread;                                         // safe by itself
+    FormatMap mFormats;                                                     // safe by itself
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateMutex);  // the record now being exchanged
     NotedDataObject mNoted;                                                 // safe by itself
     std::atomic<bool> mFileClipboardSupported{false};
