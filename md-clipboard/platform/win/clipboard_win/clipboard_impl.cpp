@@ -2,31 +2,28 @@
 
 #include <chrono>
 #include <exception>
+#include <future>
 #include <thread>
 #include <utility>
 
 #include "base/log.h"
+#include "clipboard_win/cache_directory.h"
 #include "clipboard_win/local_copy_reader.h"
 #include "clipboard_win/offered_formats.h"
+#include "clipboard_win/pending_object.h"
+#include "clipboard_win/received_list.h"
+#include "data_object/clip_data_object.h"
+#include "data_object/data_lock.h"
 #include "sd/clip/clipboard_data.h"
 #include "support/clipboard_events.h"
+#include "workthread/future_error_number.h"
 
 namespace sd::clip {
 
 namespace {
 
 constexpr auto kFirstSyncDelay = std::chrono::seconds(2);
-
-struct CacheDirectory {
-    Mutex mutex;  // a leaf
-    std::string path CLIP_GUARDED_BY(mutex);
-};
-
-CacheDirectory& storedCacheDirectory()
-{
-    static auto& directory = *new CacheDirectory;  // never destroyed: threads read it until the process ends
-    return directory;
-}
+constexpr std::uint32_t kTransferFailed = 1;
 
 // Keeps this module loaded for the rest of the process: its threads are never joined, so unloading would pull the code
 // away from under them.
@@ -77,9 +74,7 @@ ClipboardImpl::ClipboardImpl() : mWindow(&clipboardWindowProcedure) {}
 
 std::string ClipboardImpl::GetCacheDirectory()
 {
-    CacheDirectory& cache = storedCacheDirectory();
-    LockScope lock(cache.mutex);
-    return cache.path;
+    return CacheDirectory::Instance().path();
 }
 
 std::string ClipboardImpl::cacheDirectory() const
@@ -249,13 +244,115 @@ bool ClipboardImpl::IsFormatAvailable(ClipboardFormat /*format*/)
     return false;
 }
 
+bool ClipboardImpl::SetClipboardData(ClipboardFormat format, std::shared_ptr<ClipboardData> data)
+{
+    CLIP_LOG(kLogInfo, "Enter");
+    const ReceivedList list(data.get());
+    const std::int64_t fileCount = list.count();
+    if (!mFileClipboardSupported) {
+        CLIP_LOG(kLogInfo, "Qsp file clipboard disabled");
+        RaiseListUnsupported(*this, fileCount);
+        return false;
+    }
+    if (format == ClipboardFormat::FileLazy) {
+        CLIP_LOG(kLogInfo, "Use file lazy renderer to handle file clipboard data");
+        return !WorkThreadCaller::isInsidePaste() && !list.isRefused(PasteRoute::kPlaceholder) &&
+               mFileLazyRenderer.PrepareFileLazyRendering(std::dynamic_pointer_cast<ClipboardFileDataEx>(data));
+    }
+    if (mNoted.isDataTransfering()) {
+        CLIP_LOG(kLogError, "not support set clipboard when file is transfering");
+        RaiseListDuringTransfer(*this, fileCount);
+        return false;
+    }
+    return !WorkThreadCaller::isInsidePaste() && !list.isRefused(PasteRoute::kStreamed) &&
+           setFileList(std::move(data), fileCount);
+}
+
+bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount)
+{
+    keepClipData(data);
+    setOleDataObject(nullptr);
+
+    auto* const object = new ClipDataObject;
+    const auto pending = std::make_shared<PendingObject>(object);
+    mNoted.note(object, object->GetRequest());
+    CLIP_LOG(kLogInfo, "Create new clipdataobject:%p.", static_cast<void*>(object));
+    object->SetClipboardData(std::move(data));
+    std::future_status status;
+    try {
+        status = mWorkThread.run([this, pending] { setCurrentOleDataObject(*pending); });
+    } catch (const std::future_error& failure) {
+        CLIP_LOG(kLogError, "handle future error code %d, %s", futureErrorNumber(failure), failure.what());
+        return false;
+    }
+    if (status == std::future_status::timeout) {
+        WorkThreadCaller::withdraw();
+        RaiseListFailed(*this, fileCount);
+        return false;
+    }
+    // What the work thread made of it is not asked: hosts are told "complete" whenever it answered.
+    RaiseListComplete(*this, fileCount);
+    return true;
+}
+
+// What the work thread runs. The object is this call's own: of two calls at once each installs its object, once.
+void ClipboardImpl::setCurrentOleDataObject(PendingObject& pending)
+{
+    if (ClipDataObject* const object = pending.take())
+        setOleDataObject(object);
+}
+
+bool ClipboardImpl::setOleDataObject(ClipDataObject* object)
+{
+    if (object != nullptr)
+        return mOleClipboard.put(object);
+    OleClipboard::empty();
+    return true;
+}
+
+void ClipboardImpl::resetOleclipboard()
+{
+    if (const std::shared_ptr<FileRequest> request = mOleClipboard.request())
+        resetOleclipboardOf(*request);
+}
+
+void ClipboardImpl::resetOleclipboardOf(const FileRequest& request)
+{
+    mOleClipboard.takeOff(request, "clear OLE Clipboard\n");
+}
+
+void ClipboardImpl::NotifyFileTransferFailed(std::uint32_t fail)
+{
+    CLIP_LOG(kLogInfo, "fail:%d", static_cast<int>(fail));
+    const ClipDataObject* const object = mNoted.object();
+    const std::shared_ptr<FileRequest> request = mNoted.request();
+    if (object == nullptr || request == nullptr) {
+        CLIP_LOG(kLogInfo, "ClipDataObject is nullptr, don't need reset oleclipboard");
+        return;
+    }
+    if (!request->IsDataTransfering()) {
+        CLIP_LOG(kLogError, "clipboard file request is not transfering");
+        return;
+    }
+    if (fail != kTransferFailed)
+        return;
+    keepClipData(nullptr);
+    request->NotifyFileTransferFailed();
+    if (!mNoted.forgetRequest(request))
+        return;  // while this waited for a reader somebody else's copy came, or a newer list: it stays
+    // Later, if this is called from inside an event or a function that is called under a data lock.
+    DataLockScope::runWithoutLock([this, request] { mOleClipboard.takeOff(*request, "Empty OLE Clipboard data\n"); });
+}
+
+void ClipboardImpl::NotifyFileLazyRenderingComplete(std::int32_t result)
+{
+    CLIP_LOG(kLogInfo, "Notify file lazy rendering result %d", static_cast<int>(result));
+    mFileLazyRenderer.NotifyFileLazyRenderingComplete(result);
+}
+
 bool ClipboardImpl::InitFileLazyRenderer(std::string directory)
 {
-    {
-        CacheDirectory& cache = storedCacheDirectory();
-        LockScope lock(cache.mutex);
-        cache.path = directory;
-    }
+    CacheDirectory::Instance().set(directory);
     return mFileLazyRenderer.Init(directory);
 }
 

@@ -1,6 +1,5 @@
 // The engine: the one object behind Clipboard::Get.
-//
-// What writes to the clipboard is in clipboard_writing.cpp, the rest in clipboard_impl.cpp.
+// Its parts have files of their own in this folder; it says in which order they are used.
 #pragma once
 
 #include <windows.h>
@@ -87,7 +86,6 @@ private:
     std::shared_ptr<ClipboardData> readFiles();
     std::shared_ptr<std::vector<std::string>> GetFilesFromClipboard();
 
-    // clipboard_writing.cpp
     bool setFileList(std::shared_ptr<ClipboardData> data, std::int64_t fileCount);
     void setCurrentOleDataObject(PendingObject& pending);
     // Null empties the OLE clipboard. One reference of the caller's to the object goes over to this call, whatever
