@@ -29,6 +29,7 @@ public:
     // platform may ask a window of this thread for the data, may read in a scope of its own.
     class Read {
     public:
+        // @param guard lives as long as this object
         explicit Read(ClipboardGuard& guard);
         ~Read();
         Read(const Read&) = delete;
@@ -54,9 +55,9 @@ private:
     const void* const mEngine;
     std::atomic<bool> mClipboardOpened{false};  // the engine holds the clipboard open, on whichever thread
     // One read of the clipboard at a time: the close of one thread would otherwise leave the clipboard open on
-    // another, for the whole desktop. Who does not get it in the time that Open takes at the most finds the clipboard
-    // busy: the platform may ask its owner for the data during a read, and that may be a thread of the host that waits
-    // here. For the same reason a thread may take it again. It guards no member.
+    // another, for the whole desktop. A thread that does not get it in the time that Open takes at the most finds the
+    // clipboard busy: the platform may ask its owner for the data during a read, and that may be a thread of the host
+    // that waits here. For the same reason a thread may take it again. It guards no member.
     RecursiveTimedMutex mReadMutex;
     OpenedClipboard mClipboard;  // what Open opened; safe by itself
 };

@@ -273,7 +273,7 @@ bool ClipboardImpl::setFileList(std::shared_ptr<ClipboardData> data, std::int64_
     keepClipData(data);
     setOleDataObject(nullptr);
 
-    auto* const object = new ClipDataObject;
+    auto* const object = new ClipDataObject;  // its reference goes to `pending`, and from there to the work thread
     const auto pending = std::make_shared<PendingObject>(object);
     mNoted.note(object, object->GetRequest());
     CLIP_LOG(kLogInfo, "Create new clipdataobject:%p.", static_cast<void*>(object));

@@ -14,8 +14,8 @@ namespace sd::clip {
 
 namespace {
 
-// The emptying of the clipboard that came before is a change too, at which the renderer looks on the worker: whoever
-// has the clipboard open meanwhile is waited for, as a list would otherwise be lost while the host is told "complete".
+// The emptying of the clipboard that came before is a change too, at which the renderer looks on the worker. So this
+// waits for a program that has the clipboard open: the list would be lost while the host is told "complete".
 // @param data stays the caller's; a clipboard that took it has a reference of its own
 HRESULT setWhenClosed(IDataObject* data)
 {

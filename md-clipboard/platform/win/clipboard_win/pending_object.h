@@ -7,8 +7,8 @@ namespace sd::clip {
 
 class ClipDataObject;
 
-// Keeps the reference of the object's creation. Whoever takes the object owns that reference; if nobody does, because
-// the job was discarded, the object goes with the job.
+// Keeps the reference of the object's creation. The caller that takes the object owns that reference. If the job is
+// discarded, nobody takes the object, and it goes with the job.
 //
 // Threads: any, at once. It ends on the thread that lets the job go.
 class PendingObject {
