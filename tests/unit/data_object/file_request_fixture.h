@@ -28,7 +28,7 @@ public:
     }
     static void setState(FileRequest& request, RequestFileState state)
     {
-        request.setState(state);
+        request.mState.setUnlessEnding(state);
     }
 };
 

@@ -13,75 +13,33 @@
 
 namespace sd::clip {
 
-namespace {
-
-std::uint64_t sumSizes(ClipboardData* data)
-{
-    std::uint64_t sum = 0;
-    if (auto* files = dynamic_cast<ClipboardFileData*>(data)) {
-        for (const ClipfileDescription& file : files->GetFiles())
-            sum += file.size;
-    }
-    return sum;
-}
-
-bool isTransfering(RequestFileState state)
-{
-    return state == RequestFileState::kRequesting || state == RequestFileState::kTransfering;
-}
-
-// Ends with the host's functions, also when one of them throws.
-class StartingScope {
-public:
-    explicit StartingScope(std::atomic<bool>& starting) : mStarting(starting)
-    {
-        mStarting = true;
-    }
-    ~StartingScope()
-    {
-        mStarting = false;
-    }
-    StartingScope(const StartingScope&) = delete;
-    StartingScope& operator=(const StartingScope&) = delete;
-
-private:
-    std::atomic<bool>& mStarting;
-};
-
-}  // namespace
-
 FileRequest::FileRequest() = default;
 FileRequest::~FileRequest() = default;
 
 void FileRequest::SetClipboardData(std::shared_ptr<ClipboardData> data)
 {
-    mTotalFileSize = sumSizes(data.get());
-    LockScope lock(mStateLock);
-    mClipData.swap(data);
+    mState.SetRecord(std::move(data));
 }
 
 std::shared_ptr<ClipboardData> FileRequest::GetClipboardData() const
 {
-    LockScope lock(mStateLock);
-    return mClipData;
+    return mState.Record();
 }
 
 void FileRequest::SetStream(FileStream* stream)
 {
     Microsoft::WRL::ComPtr<FileStream> replaced = stream;  // an earlier one goes after the lock
-    bool isTooLate = false;
     {
-        LockScope lock(mStateLock);
+        LockScope lock(mLock);
         mFileStream.Swap(replaced);
-        isTooLate = mFailureReported;
     }
-    if (isTooLate && stream != nullptr)
+    if (stream != nullptr && mState.NoteStream())
         stream->Cancel();
 }
 
 Microsoft::WRL::ComPtr<FileStream> FileRequest::GetStream() const
 {
-    LockScope lock(mStateLock);
+    LockScope lock(mLock);
     return mFileStream;
 }
 
@@ -90,13 +48,13 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     rejected = false;
     // The ordinary road of every later file does not wait for a delivery: the reader would fall silent meanwhile, and
     // with small files it would wait for one delivery after the other.
-    if (isRequested()) {
+    if (mState.IsRequested()) {
         declineRequest(file);
         return false;
     }
     const SliceCloser closer(shared_from_this());
     DataLockScope lock(mDataLock);
-    if (isRequested()) {
+    if (mState.IsRequested()) {
         declineRequest(file);
         return false;
     }
@@ -107,7 +65,7 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     bool wanted = false;
     bool requested = false;
     {
-        const StartingScope starting(mStarting);
+        const TransferState::StartingScope starting(mState);
         wanted = isPasteWanted(*record);
         requested = wanted && requestFromHost(file, *record);
     }
@@ -123,26 +81,13 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
 void FileRequest::logRequest(const ClipfileDescription& file) const
 {
     CLIP_LOG(kLogInfo, "startRequestFileData:%s mRequestFileState:%d", file.fileName.c_str(),
-             static_cast<int>(mRequestFileState.load()));
+             static_cast<int>(mState.State()));
 }
 
 void FileRequest::declineRequest(const ClipfileDescription& file) const
 {
     logRequest(file);
     CLIP_LOG(kLogInfo, "File is requesting or finished, dont need start request again!");
-}
-
-bool FileRequest::isRequested() const
-{
-    return IsUnderWay() || mRequestFileState == RequestFileState::kRequestFinished;
-}
-
-// Nothing leads out of a cancelled request: a delivery that is being taken meanwhile must not make it look alive.
-void FileRequest::setState(RequestFileState state)
-{
-    LockScope lock(mStateLock);
-    if (!mCancelling)
-        mRequestFileState = state;
 }
 
 // Asked anew for each attempt that is not under way yet. No function means consent.
@@ -156,15 +101,11 @@ bool FileRequest::isPasteWanted(ClipboardFileData& record)
 bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFileData& record)
 {
     RaiseTransferStarted(ClipboardEngine::Current());
-    {
-        LockScope lock(mStateLock);
-        mRequestedFile = file;  // first: without memory for it the host is not asked, and a later paste must ask
-        mRequestFileState = RequestFileState::kRequesting;
-    }
+    mState.BeginRequest(file);
     try {
         return callRequestFunction(file, record);
     } catch (...) {
-        setState(RequestFileState::kRequestFailed);  // or every later paste and list would be refused
+        mState.FailRequest();  // or every later paste and list would be refused
         throw;
     }
 }
@@ -175,7 +116,7 @@ bool FileRequest::callRequestFunction(const ClipfileDescription& file, Clipboard
     const FileRequestFunc request = record.GetFileRequestFunc();
     if (!request) {
         CLIP_LOG(kLogError, "request file data func is null");
-        setState(RequestFileState::kRequestFailed);
+        mState.FailRequest();
         return false;
     }
     request(file, MakeSink());
@@ -189,19 +130,19 @@ TransferFile* FileRequest::GetTransferFile(const ClipfileDescription& file)
 
 RequestFileState FileRequest::GetRequestFileState()
 {
-    return mRequestFileState;
+    return mState.State();
 }
 
 bool FileRequest::IsUnderWay() const
 {
-    return mStarting || isTransfering(mRequestFileState);
+    return mState.IsUnderWay();
 }
 
 bool FileRequest::IsDataTransfering()
 {
-    const RequestFileState state = mRequestFileState;
+    const RequestFileState state = mState.State();
     CLIP_LOG(kLogInfo, "RequestFileState:%d", static_cast<int>(state));
-    return isTransfering(state);
+    return TransferState::IsTransfering(state);
 }
 
 // The host's function runs without any lock of ours; meanwhile deliveries are dropped, and nobody cancels again.
@@ -210,26 +151,15 @@ void FileRequest::CancelRemoteTransfer()
     if (!IsDataTransfering())
         return;
     std::shared_ptr<ClipboardData> data;
-    {
-        LockScope lock(mStateLock);
-        if (mCancelRuns)
-            return;
-        mCancelling = true;
-        mCancelRuns = true;
-        data = mClipData;
-    }
+    if (!mState.BeginCancel(data))
+        return;
     CLIP_LOG(kLogInfo, "Cancel remote file request");
     closeSlicesIfEnded();
     callCancelFunction(dynamic_cast<ClipboardFileDataImpl*>(data.get()));
-    {
-        LockScope lock(mStateLock);
-        mRequestFileState = RequestFileState::kRequestFailed;
-    }
-    if (!mIsCut)
+    mState.EndCancel();
+    if (!mState.IsCut())
         ClipboardEngine::Current().resetOleclipboardOf(*this);
-    std::shared_ptr<ClipboardData> dropped;  // goes after the lock: its functions are the host's
-    LockScope lock(mStateLock);
-    mClipData.swap(dropped);
+    mState.TakeRecord();
 }
 
 // Called at an object's end, and when a data lock is released: neither can hand an exception to anyone.
@@ -248,17 +178,13 @@ ClipfileDescription FileRequest::descriptionForCancel() const
 {
     const auto stream = GetStream();
     const auto current = stream ? stream->GetFileDescription() : nullptr;
-    LockScope lock(mStateLock);
-    return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mRequestedFile;
+    return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mState.RequestedFile();
 }
 
 void FileRequest::NotifyFileTransferFailed()
 {
     CLIP_LOG(kLogInfo, "Cancel file stream wait.");
-    {
-        LockScope lock(mStateLock);
-        mFailureReported = true;
-    }
+    mState.ReportFailure();
     // It waits for a read that runs on another thread, and that may come to wait for the data lock.
     if (const auto stream = GetStream())
         DataLockScope::runWithoutLock([stream] { stream->Cancel(); });
@@ -268,17 +194,14 @@ void FileRequest::Cut()
 {
     {
         DataLockScope lock(mDataLock);  // a delivery that is being taken ends first
-        LockScope state(mStateLock);
-        mCancelling = true;
-        mIsCut = true;
+        mState.Cut();
     }
     closeSlicesIfEnded();
     CancelRemoteTransfer();
-    std::shared_ptr<ClipboardData> data;
+    const std::shared_ptr<ClipboardData> record = mState.TakeRecord();  // goes after the stream
     Microsoft::WRL::ComPtr<FileStream> stream;
     {
-        LockScope lock(mStateLock);
-        mClipData.swap(data);
+        LockScope lock(mLock);
         mFileStream.Swap(stream);
     }
     if (stream)
@@ -288,12 +211,7 @@ void FileRequest::Cut()
 // Does not wait: a delivery or a request that has the data lock closes them itself, behind it (SliceCloser).
 void FileRequest::closeSlicesIfEnded()
 {
-    {
-        LockScope lock(mStateLock);
-        if (!mCancelling)
-            return;
-    }
-    if (!mDataLock.try_lock())
+    if (!mState.DropsDeliveries() || !mDataLock.try_lock())
         return;
     mTransferFiles.AbandonSlices();
     mDataLock.unlock();
@@ -301,16 +219,16 @@ void FileRequest::closeSlicesIfEnded()
 
 bool FileRequest::OwnsSlices(const SliceDigest& digest)
 {
-    const auto contains = [this, &digest]() CLIP_REQUIRES(mStateLock) {
+    const auto contains = [this, &digest]() CLIP_REQUIRES(mLock) {
         return std::binary_search(mSliceDigests->begin(), mSliceDigests->end(), digest);
     };
     {
-        LockScope lock(mStateLock);
+        LockScope lock(mLock);
         if (mSliceDigests)
             return contains();
     }
     std::vector<SliceDigest> digests = digestsOfSlices();
-    LockScope lock(mStateLock);
+    LockScope lock(mLock);
     if (!mSliceDigests)
         mSliceDigests = std::move(digests);
     return contains();

@@ -9,7 +9,6 @@
 
 #include <wrl/client.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -22,13 +21,14 @@
 #include "data_object/file_transfer.h"
 #include "data_object/slice_path.h"
 #include "data_object/transfer_files.h"
+#include "data_object/transfer_state.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
 
 class FileStream;
 
-// Threads: any. Lock order: the data lock (data_lock.h), then mStateLock or a lock of the records, which are leaves.
+// Threads: any. Lock order: the data lock (data_lock.h), then mLock or a lock of state or records, which are leaves.
 class FileRequest final : public FileTransfer, public std::enable_shared_from_this<FileRequest> {
 public:
     FileRequest();
@@ -65,7 +65,7 @@ public:
     // Bytes of all files of the list.
     std::uint64_t GetTotalFileSize() const
     {
-        return mTotalFileSize;
+        return mState.TotalFileSize();
     }
 
     // FileTransfer:
@@ -73,7 +73,7 @@ public:
     TransferFile* GetTransferFile(const ClipfileDescription& file) override;
     RequestFileState GetRequestFileState() override;
     bool IsDataTransfering() override;
-    void CancelRemoteTransfer() override CLIP_EXCLUDES(mDataLock, mStateLock);
+    void CancelRemoteTransfer() override CLIP_EXCLUDES(mDataLock, mLock);
     void NotifyFileTransferFailed() override;
 
 private:
@@ -95,9 +95,6 @@ private:
         const std::shared_ptr<FileRequest> mRequest;
     };
 
-    std::shared_ptr<ClipboardFileDataImpl> recordForDelivery() const;
-    bool isRequested() const;
-    void setState(RequestFileState state);
     void logRequest(const ClipfileDescription& file) const;
     void declineRequest(const ClipfileDescription& file) const;
     bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record) CLIP_REQUIRES(mDataLock);
@@ -111,28 +108,20 @@ private:
     void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName)
         CLIP_REQUIRES(mDataLock);
     void callCancelFunction(ClipboardFileDataImpl* record) const;
-    void closeSlicesIfEnded() CLIP_EXCLUDES(mStateLock);
+    void closeSlicesIfEnded();
     std::vector<SliceDigest> digestsOfSlices();
     ClipfileDescription descriptionForCancel() const;
 
-    std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateLock);
-    Microsoft::WRL::ComPtr<FileStream> mFileStream CLIP_GUARDED_BY(mStateLock);
-    std::atomic<RequestFileState> mRequestFileState{RequestFileState::kRequestIdle};  // written under mStateLock
-    TransferFiles mTransferFiles;                                                     // safe by itself
+    TransferState mState;          // safe by itself
+    TransferFiles mTransferFiles;  // safe by itself
     // Held for a request, the host's functions included, and for a delivery. What it guards stands in the records: all
     // that is called the writer's in transfer_file.h.
-    DataLock mDataLock CLIP_ACQUIRED_BEFORE(mStateLock);
+    DataLock mDataLock CLIP_ACQUIRED_BEFORE(mLock);
 
-    mutable Mutex mStateLock;                                        // a leaf
-    bool mCancelling CLIP_GUARDED_BY(mStateLock) = false;            // deliveries are dropped already
-    bool mCancelRuns CLIP_GUARDED_BY(mStateLock) = false;            // the host's cancel function is called once
-    bool mFailureReported CLIP_GUARDED_BY(mStateLock) = false;       // by the host
-    ClipfileDescription mRequestedFile CLIP_GUARDED_BY(mStateLock);  // what the request was made with
+    mutable Mutex mLock;  // a leaf
+    Microsoft::WRL::ComPtr<FileStream> mFileStream CLIP_GUARDED_BY(mLock);
     // Sorted; made when they are first asked for.
-    std::optional<std::vector<SliceDigest>> mSliceDigests CLIP_GUARDED_BY(mStateLock);
-    std::atomic<bool> mIsCut{false};     // the data object is being destroyed: the clipboard does not hold it
-    std::uint64_t mTotalFileSize = 0;    // no lock: constant after SetClipboardData
-    std::atomic<bool> mStarting{false};  // the host's paste or request function runs; written under mDataLock
+    std::optional<std::vector<SliceDigest>> mSliceDigests CLIP_GUARDED_BY(mLock);
 };
 
 }  // namespace sd::clip

@@ -59,18 +59,11 @@ FileDataRequestCallback FileRequest::MakeSink()
     };
 }
 
-// The record while deliveries are wanted.
-std::shared_ptr<ClipboardFileDataImpl> FileRequest::recordForDelivery() const
-{
-    LockScope lock(mStateLock);
-    return mCancelling ? nullptr : std::dynamic_pointer_cast<ClipboardFileDataImpl>(mClipData);
-}
-
 void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size)
 {
     const SliceCloser closer(shared_from_this());
     DataLockScope lock(mDataLock);
-    const auto record = recordForDelivery();
+    const auto record = mState.RecordForDelivery();
     if (record == nullptr) {
         CLIP_LOG(kLogError, "mClipData is nullptr. maybe use canceled.");
         return;
@@ -79,14 +72,14 @@ void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* d
         cancelForStall();
         return;
     }
-    setState(RequestFileState::kTransfering);
+    mState.TakeDelivery();
     storeDelivery(*record, file, data, size);
 }
 
 // Before there is a stream the heartbeat is that of another paste.
 bool FileRequest::isStalled() const
 {
-    return GetStream() != nullptr && IsClipboardReadStalled();
+    return mState.HasStream() && IsClipboardReadStalled();
 }
 
 void FileRequest::cancelForStall()
@@ -94,10 +87,7 @@ void FileRequest::cancelForStall()
     CLIP_LOG(kLogInfo, "User canceled copy action");
     EventsInTurn events;
     events.raise([] { RaiseUserCancel(ClipboardEngine::Current()); });
-    if (IsUnderWay()) {  // and no stray delivery after the end, for which the cancel does nothing
-        LockScope state(mStateLock);
-        mCancelling = true;  // the next delivery may come before the cancel does
-    }
+    mState.DropDeliveries();  // the next one may come before the cancel does
     DataLockScope::runWithoutLock([self = shared_from_this()] { self->CancelRemoteTransfer(); });
     events.rethrow();
 }
@@ -146,7 +136,7 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
     }
     // Empty files that come after the last byte report the end again.
     if (record.GetTransferredSize() == GetTotalFileSize()) {
-        setState(RequestFileState::kRequestFinished);
+        mState.Finish();
         events.raise([this] {
             RaiseTransferFinished(ClipboardEngine::Current(), static_cast<std::int64_t>(GetTotalFileSize()));
         });
