@@ -24,11 +24,11 @@ class TestAccess {
 public:
     static DataLock& dataLock(FileRequest& request)
     {
-        return request.mDataLock;
+        return request.mTransfer->mDataLock;
     }
     static void setState(FileRequest& request, RequestFileState state)
     {
-        request.mState.setUnlessEnding(state);
+        request.mTransfer->mState.setUnlessEnding(state);
     }
 };
 

@@ -6,6 +6,7 @@
 #include "base/exception_text.h"
 #include "base/log.h"
 #include "data_object/data_lock.h"
+#include "data_object/transfer_data_sink.h"
 #include "file_stream/file_stream.h"
 #include "file_utilities/create_dir.h"
 #include "support/clipboard_engine.h"
@@ -18,12 +19,12 @@ FileRequest::~FileRequest() = default;
 
 void FileRequest::SetClipboardData(std::shared_ptr<ClipboardData> data)
 {
-    mState.SetRecord(std::move(data));
+    mTransfer->mState.SetRecord(std::move(data));
 }
 
 std::shared_ptr<ClipboardData> FileRequest::GetClipboardData() const
 {
-    return mState.Record();
+    return mTransfer->mState.Record();
 }
 
 void FileRequest::SetStream(FileStream* stream)
@@ -33,7 +34,7 @@ void FileRequest::SetStream(FileStream* stream)
         LockScope lock(mLock);
         mFileStream.Swap(replaced);
     }
-    if (stream != nullptr && mState.NoteStream())
+    if (stream != nullptr && mTransfer->mState.NoteStream())
         stream->Cancel();
 }
 
@@ -48,13 +49,13 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     rejected = false;
     // The ordinary road of every later file does not wait for a delivery: the reader would fall silent meanwhile, and
     // with small files it would wait for one delivery after the other.
-    if (mState.IsRequested()) {
+    if (mTransfer->mState.IsRequested()) {
         declineRequest(file);
         return false;
     }
-    const SliceCloser closer(shared_from_this());
-    DataLockScope lock(mDataLock);
-    if (mState.IsRequested()) {
+    const ListTransfer::SliceCloser closer(mTransfer);
+    DataLockScope lock(mTransfer->mDataLock);
+    if (mTransfer->mState.IsRequested()) {
         declineRequest(file);
         return false;
     }
@@ -65,7 +66,7 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
     bool wanted = false;
     bool requested = false;
     {
-        const TransferState::StartingScope starting(mState);
+        const TransferState::StartingScope starting(mTransfer->mState);
         wanted = isPasteWanted(*record);
         requested = wanted && requestFromHost(file, *record);
     }
@@ -81,7 +82,7 @@ bool FileRequest::startRequestFileData(const ClipfileDescription& file, bool& re
 void FileRequest::logRequest(const ClipfileDescription& file) const
 {
     CLIP_LOG(kLogInfo, "startRequestFileData:%s mRequestFileState:%d", file.fileName.c_str(),
-             static_cast<int>(mState.State()));
+             static_cast<int>(mTransfer->mState.State()));
 }
 
 void FileRequest::declineRequest(const ClipfileDescription& file) const
@@ -101,11 +102,11 @@ bool FileRequest::isPasteWanted(ClipboardFileData& record)
 bool FileRequest::requestFromHost(const ClipfileDescription& file, ClipboardFileData& record)
 {
     RaiseTransferStarted(ClipboardEngine::Current());
-    mState.BeginRequest(file);
+    mTransfer->mState.BeginRequest(file);
     try {
         return callRequestFunction(file, record);
     } catch (...) {
-        mState.FailRequest();  // or every later paste and list would be refused
+        mTransfer->mState.FailRequest();  // or every later paste and list would be refused
         throw;
     }
 }
@@ -116,31 +117,36 @@ bool FileRequest::callRequestFunction(const ClipfileDescription& file, Clipboard
     const FileRequestFunc request = record.GetFileRequestFunc();
     if (!request) {
         CLIP_LOG(kLogError, "request file data func is null");
-        mState.FailRequest();
+        mTransfer->mState.FailRequest();
         return false;
     }
     request(file, MakeSink());
     return true;
 }
 
+FileDataRequestCallback FileRequest::MakeSink()
+{
+    return TransferDataSink::Make(mTransfer, [self = shared_from_this()] { self->CancelRemoteTransfer(); });
+}
+
 TransferFile* FileRequest::GetTransferFile(const ClipfileDescription& file)
 {
-    return mTransferFiles.Find(file);
+    return mTransfer->mFiles.Find(file);
 }
 
 RequestFileState FileRequest::GetRequestFileState()
 {
-    return mState.State();
+    return mTransfer->mState.State();
 }
 
 bool FileRequest::IsUnderWay() const
 {
-    return mState.IsUnderWay();
+    return mTransfer->mState.IsUnderWay();
 }
 
 bool FileRequest::IsDataTransfering()
 {
-    const RequestFileState state = mState.State();
+    const RequestFileState state = mTransfer->mState.State();
     CLIP_LOG(kLogInfo, "RequestFileState:%d", static_cast<int>(state));
     return TransferState::IsTransfering(state);
 }
@@ -151,15 +157,15 @@ void FileRequest::CancelRemoteTransfer()
     if (!IsDataTransfering())
         return;
     std::shared_ptr<ClipboardData> data;
-    if (!mState.BeginCancel(data))
+    if (!mTransfer->mState.BeginCancel(data))
         return;
     CLIP_LOG(kLogInfo, "Cancel remote file request");
-    closeSlicesIfEnded();
+    mTransfer->CloseSlicesIfEnded();
     callCancelFunction(dynamic_cast<ClipboardFileDataImpl*>(data.get()));
-    mState.EndCancel();
-    if (!mState.IsCut())
+    mTransfer->mState.EndCancel();
+    if (!mTransfer->mState.IsCut())
         ClipboardEngine::Current().resetOleclipboardOf(*this);
-    mState.TakeRecord();
+    mTransfer->mState.TakeRecord();
 }
 
 // Called at an object's end, and when a data lock is released: neither can hand an exception to anyone.
@@ -178,13 +184,13 @@ ClipfileDescription FileRequest::descriptionForCancel() const
 {
     const auto stream = GetStream();
     const auto current = stream ? stream->GetFileDescription() : nullptr;
-    return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mState.RequestedFile();
+    return current != nullptr ? static_cast<const ClipfileDescription&>(*current) : mTransfer->mState.RequestedFile();
 }
 
 void FileRequest::NotifyFileTransferFailed()
 {
     CLIP_LOG(kLogInfo, "Cancel file stream wait.");
-    mState.ReportFailure();
+    mTransfer->mState.ReportFailure();
     // It waits for a read that runs on another thread, and that may come to wait for the data lock.
     if (const auto stream = GetStream())
         DataLockScope::runWithoutLock([stream] { stream->Cancel(); });
@@ -193,12 +199,12 @@ void FileRequest::NotifyFileTransferFailed()
 void FileRequest::Cut()
 {
     {
-        DataLockScope lock(mDataLock);  // a delivery that is being taken ends first
-        mState.Cut();
+        DataLockScope lock(mTransfer->mDataLock);  // a delivery that is being taken ends first
+        mTransfer->mState.Cut();
     }
-    closeSlicesIfEnded();
+    mTransfer->CloseSlicesIfEnded();
     CancelRemoteTransfer();
-    const std::shared_ptr<ClipboardData> record = mState.TakeRecord();  // goes after the stream
+    const std::shared_ptr<ClipboardData> record = mTransfer->mState.TakeRecord();  // goes after the stream
     Microsoft::WRL::ComPtr<FileStream> stream;
     {
         LockScope lock(mLock);
@@ -206,15 +212,6 @@ void FileRequest::Cut()
     }
     if (stream)
         stream->Disconnect();
-}
-
-// Does not wait: a delivery or a request that has the data lock closes them itself, behind it (SliceCloser).
-void FileRequest::closeSlicesIfEnded()
-{
-    if (!mState.DropsDeliveries() || !mDataLock.try_lock())
-        return;
-    mTransferFiles.AbandonSlices();
-    mDataLock.unlock();
 }
 
 bool FileRequest::OwnsSlices(const SliceDigest& digest)
@@ -242,7 +239,7 @@ std::vector<SliceDigest> FileRequest::digestsOfSlices()
         for (const ClipfileDescription& file : record->GetFiles())
             digests.push_back(DigestOfKey(MakeFileKey(file)));
     } else {
-        for (const std::string& key : mTransferFiles.Keys())
+        for (const std::string& key : mTransfer->mFiles.Keys())
             digests.push_back(DigestOfKey(key));
     }
     std::sort(digests.begin(), digests.end());

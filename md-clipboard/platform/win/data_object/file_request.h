@@ -1,4 +1,4 @@
-// The request for one file list of the guest: its state, the records of arriving files and the sink that takes them.
+// The request for one file list of the guest, which a pasting application, the host and the engine drive.
 //
 // A data object, its stream, the sink that the host keeps and the engine all know the request and share it; none of
 // them knows another by an address that may be gone. The data object's destructor cuts the request: from then on
@@ -13,15 +13,12 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/annotated_mutex.h"
-#include "data_object/data_lock.h"
 #include "data_object/file_transfer.h"
+#include "data_object/list_transfer.h"
 #include "data_object/slice_path.h"
-#include "data_object/transfer_files.h"
-#include "data_object/transfer_state.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
@@ -51,9 +48,8 @@ public:
     // the stream are let go, and whoever still reads is told. Waits for a delivery that is being taken.
     void Cut();
 
-    // What the host calls for each piece of file data. See FileDataRequestCallback.
+    // @return what the host calls for each piece of file data. It keeps the request
     FileDataRequestCallback MakeSink();
-    void TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size);
 
     // Whether the host was asked and has not delivered everything, or is being asked right now: a host's question to
     // the user pumps messages, and so another request may come in the middle of it.
@@ -62,63 +58,31 @@ public:
     // Whether slices that are named by the digest are those of a file of this list, come or still to come.
     bool OwnsSlices(const SliceDigest& digest);
 
-    // Bytes of all files of the list.
-    std::uint64_t GetTotalFileSize() const
-    {
-        return mState.TotalFileSize();
-    }
-
     // FileTransfer:
     bool startRequestFileData(const ClipfileDescription& file, bool& rejected) override;
     TransferFile* GetTransferFile(const ClipfileDescription& file) override;
     RequestFileState GetRequestFileState() override;
     bool IsDataTransfering() override;
-    void CancelRemoteTransfer() override CLIP_EXCLUDES(mDataLock, mLock);
+    void CancelRemoteTransfer() override CLIP_EXCLUDES(mTransfer->mDataLock, mLock);
     void NotifyFileTransferFailed() override;
 
 private:
     friend class TestAccess;
 
-    // Stands around a scope with the data lock: a transfer that another thread ends meanwhile keeps no slice open,
-    // though that thread does not wait for the lock.
-    class SliceCloser {
-    public:
-        explicit SliceCloser(std::shared_ptr<FileRequest> request) : mRequest(std::move(request)) {}
-        ~SliceCloser()
-        {
-            mRequest->closeSlicesIfEnded();
-        }
-        SliceCloser(const SliceCloser&) = delete;
-        SliceCloser& operator=(const SliceCloser&) = delete;
-
-    private:
-        const std::shared_ptr<FileRequest> mRequest;
-    };
-
     void logRequest(const ClipfileDescription& file) const;
     void declineRequest(const ClipfileDescription& file) const;
-    bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record) CLIP_REQUIRES(mDataLock);
-    bool callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record) CLIP_REQUIRES(mDataLock);
+    bool requestFromHost(const ClipfileDescription& file, ClipboardFileData& record)
+        CLIP_REQUIRES(mTransfer->mDataLock);
+    bool callRequestFunction(const ClipfileDescription& file, ClipboardFileData& record)
+        CLIP_REQUIRES(mTransfer->mDataLock);
     static bool isPasteWanted(ClipboardFileData& record);
-    bool isStalled() const;
-    void cancelForStall();
-    TransferFile& transferFor(const ClipfileDescription& file) CLIP_REQUIRES(mDataLock);
-    void storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file, const unsigned char* data,
-                       unsigned long long size) CLIP_REQUIRES(mDataLock);
-    void finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName)
-        CLIP_REQUIRES(mDataLock);
     void callCancelFunction(ClipboardFileDataImpl* record) const;
-    void closeSlicesIfEnded();
     std::vector<SliceDigest> digestsOfSlices();
     ClipfileDescription descriptionForCancel() const;
 
-    TransferState mState;          // safe by itself
-    TransferFiles mTransferFiles;  // safe by itself
-    // Held for a request, the host's functions included, and for a delivery. What it guards stands in the records: all
-    // that is called the writer's in transfer_file.h.
-    DataLock mDataLock CLIP_ACQUIRED_BEFORE(mLock);
+    const std::shared_ptr<ListTransfer> mTransfer = std::make_shared<ListTransfer>();
 
-    mutable Mutex mLock;  // a leaf
+    mutable Mutex mLock CLIP_ACQUIRED_AFTER(mTransfer->mDataLock);  // a leaf
     Microsoft::WRL::ComPtr<FileStream> mFileStream CLIP_GUARDED_BY(mLock);
     // Sorted; made when they are first asked for.
     std::optional<std::vector<SliceDigest>> mSliceDigests CLIP_GUARDED_BY(mLock);

@@ -1,11 +1,11 @@
-// The sink: what becomes of the file data that the host delivers.
+#include "data_object/transfer_data_sink.h"
+
+#include <cstdint>
 #include <exception>
+#include <utility>
 
 #include "base/log.h"
-#include "data_object/data_lock.h"
-#include "data_object/file_request.h"
 #include "data_object/slice_path.h"
-#include "file_stream/file_stream.h"
 #include "file_stream/read_heartbeat.h"
 #include "file_stream/transfer_file.h"
 #include "support/clipboard_engine.h"
@@ -51,19 +51,25 @@ std::string pathOfSlice(const TransferFile& transfer)
 
 }  // namespace
 
-FileDataRequestCallback FileRequest::MakeSink()
+TransferDataSink::TransferDataSink(std::shared_ptr<ListTransfer> transfer, std::function<void()> cancel)
+    : mTransfer(std::move(transfer)), mCancel(std::move(cancel))
 {
-    // The host may keep it as long as it likes: what it delivers after the end is dropped.
-    return [self = shared_from_this()](const ClipfileDescription& file, unsigned char* data, unsigned long long size) {
-        self->TakeDelivery(file, data, size);
+}
+
+FileDataRequestCallback TransferDataSink::Make(std::shared_ptr<ListTransfer> transfer, std::function<void()> cancel)
+{
+    const auto sink = std::make_shared<TransferDataSink>(std::move(transfer), std::move(cancel));
+    return [sink](const ClipfileDescription& file, unsigned char* data, unsigned long long size) {
+        const auto kept = sink;  // the host may let the function go while it runs
+        kept->TakeDelivery(file, data, size);
     };
 }
 
-void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* data, unsigned long long size)
+void TransferDataSink::TakeDelivery(const ClipfileDescription& file, const unsigned char* data, unsigned long long size)
 {
-    const SliceCloser closer(shared_from_this());
-    DataLockScope lock(mDataLock);
-    const auto record = mState.RecordForDelivery();
+    const ListTransfer::SliceCloser closer(mTransfer);
+    DataLockScope lock(mTransfer->mDataLock);
+    const auto record = mTransfer->mState.RecordForDelivery();
     if (record == nullptr) {
         CLIP_LOG(kLogError, "mClipData is nullptr. maybe use canceled.");
         return;
@@ -72,34 +78,34 @@ void FileRequest::TakeDelivery(const ClipfileDescription& file, unsigned char* d
         cancelForStall();
         return;
     }
-    mState.TakeDelivery();
+    mTransfer->mState.TakeDelivery();
     storeDelivery(*record, file, data, size);
 }
 
 // Before there is a stream the heartbeat is that of another paste.
-bool FileRequest::isStalled() const
+bool TransferDataSink::isStalled() const
 {
-    return mState.HasStream() && IsClipboardReadStalled();
+    return mTransfer->mState.HasStream() && IsClipboardReadStalled();
 }
 
-void FileRequest::cancelForStall()
+void TransferDataSink::cancelForStall()
 {
     CLIP_LOG(kLogInfo, "User canceled copy action");
     EventsInTurn events;
     events.raise([] { RaiseUserCancel(ClipboardEngine::Current()); });
-    mState.DropDeliveries();  // the next one may come before the cancel does
-    DataLockScope::runWithoutLock([self = shared_from_this()] { self->CancelRemoteTransfer(); });
+    mTransfer->mState.DropDeliveries();  // the next one may come before the cancel does
+    DataLockScope::runWithoutLock(mCancel);
     events.rethrow();
 }
 
-TransferFile& FileRequest::transferFor(const ClipfileDescription& file)
+TransferFile& TransferDataSink::transferFor(const ClipfileDescription& file)
 {
-    TransferFile* const known = GetTransferFile(file);
-    return known != nullptr ? *known : *mTransferFiles.Add(MakeFileKey(file), static_cast<std::int64_t>(file.size));
+    TransferFile* const known = mTransfer->mFiles.Find(file);
+    return known != nullptr ? *known : *mTransfer->mFiles.Add(MakeFileKey(file), static_cast<std::int64_t>(file.size));
 }
 
-void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file,
-                                const unsigned char* data, unsigned long long size)
+void TransferDataSink::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDescription& file,
+                                     const unsigned char* data, unsigned long long size)
 {
     TransferFile& transfer = transferFor(file);
     if (transfer.NeedsOpening()) {
@@ -114,14 +120,16 @@ void FileRequest::storeDelivery(ClipboardFileDataImpl& record, const ClipfileDes
     CLIP_LOG(kLogInfo, "Download: %s:%d(%lld, %lld, %lld) all:(%lld,%lld)", file.fileName.c_str(),
              static_cast<int>(transfer.SliceCount()), static_cast<long long>(transfer.mReadySize),
              static_cast<long long>(size), static_cast<long long>(transfer.mFileSize),
-             static_cast<long long>(record.GetTransferredSize()), static_cast<long long>(GetTotalFileSize()));
+             static_cast<long long>(record.GetTransferredSize()),
+             static_cast<long long>(mTransfer->mState.TotalFileSize()));
     if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
         return;
     finishSlice(record, transfer, file.fileName);
 }
 
 // Equality decides: a host that delivers more than a file's size never finishes it.
-void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer, const std::string& fileName)
+void TransferDataSink::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer,
+                                   const std::string& fileName)
 {
     const std::string path = transfer.SlicePath();
     transfer.CloseSlice(path);
@@ -135,10 +143,11 @@ void FileRequest::finishSlice(const ClipboardFileDataImpl& record, TransferFile&
         CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
     }
     // Empty files that come after the last byte report the end again.
-    if (record.GetTransferredSize() == GetTotalFileSize()) {
-        mState.Finish();
+    if (record.GetTransferredSize() == mTransfer->mState.TotalFileSize()) {
+        mTransfer->mState.Finish();
         events.raise([this] {
-            RaiseTransferFinished(ClipboardEngine::Current(), static_cast<std::int64_t>(GetTotalFileSize()));
+            RaiseTransferFinished(ClipboardEngine::Current(),
+                                  static_cast<std::int64_t>(mTransfer->mState.TotalFileSize()));
         });
         CLIP_LOG(kLogInfo, "all file download finish.");
     }
