@@ -13,9 +13,10 @@
 #include <vector>
 
 #include "counted_calls.h"
+#include "data_object/transfer_data_sink.h"
 #include "file_stream/read_heartbeat.h"
 #include "lumora_log.h"
-#include "portable_request.h"
+#include "portable_engine.h"
 #include "portable_stream.h"
 
 using namespace sd::clip;
@@ -88,18 +89,23 @@ public:
     }
 
 private:
-    std::shared_ptr<PortableRequest> makeRequest() const
+    // As one that an application reads.
+    std::shared_ptr<ListTransfer> makeTransfer() const
     {
         const auto record = std::make_shared<ClipboardFileDataImpl>();
         record->SetFiles({*mFile});
-        return std::make_shared<PortableRequest>(record, std::make_shared<int>(), SliceFolder::directory());
+        auto transfer = std::make_shared<ListTransfer>();
+        transfer->mState.SetRecord(record);
+        transfer->mState.BeginRequest(*mFile);
+        transfer->mState.NoteStream();
+        return transfer;
     }
 
     const SliceFolder mFolder;
     const std::shared_ptr<DetailFileDescription> mFile = makeFile();
-    const std::shared_ptr<PortableRequest> mRequest = makeRequest();
-    const FileDataRequestCallback mSink = mRequest->MakeSink();
-    const std::unique_ptr<PortableStream> mStream = std::make_unique<PortableStream>(mFile, mRequest);
+    const std::shared_ptr<ListTransfer> mTransfer = makeTransfer();
+    const FileDataRequestCallback mSink = TransferDataSink::Make(mTransfer, [] {});
+    const std::unique_ptr<PortableStream> mStream = std::make_unique<PortableStream>(mFile, mTransfer);
     std::vector<unsigned char> mBytes = makeSlice();
     std::vector<unsigned char> mBuffer = std::vector<unsigned char>(kSliceSize);
 };
@@ -167,6 +173,8 @@ int run(const std::vector<std::string>& arguments)
 int main(int count, char** arguments)
 {
     try {
+        PortableEngine engine(SliceFolder::directory());
+        ClipboardEngine::Register(engine);
         return run({arguments + 1, arguments + count});
     } catch (const std::exception& error) {
         std::fprintf(stderr, "instruction_count: %s\n", error.what());

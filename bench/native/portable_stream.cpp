@@ -33,8 +33,8 @@ private:
 }  // namespace
 
 PortableStream::PortableStream(std::shared_ptr<DetailFileDescription> description,
-                               std::shared_ptr<PortableRequest> request)
-    : mRequest(std::move(request)), mDescription(std::move(description))
+                               std::shared_ptr<ListTransfer> transfer)
+    : mTransfer(std::move(transfer)), mDescription(std::move(description))
 {
 }
 
@@ -81,7 +81,7 @@ std::shared_ptr<DetailFileDescription> PortableStream::description() const
 TransferFile* PortableStream::findTransferFile()
 {
     const auto current = description();
-    mTransferFile = current ? mRequest->GetTransferFile(*current) : nullptr;
+    mTransferFile = current ? mTransfer->mFiles.Find(*current) : nullptr;
     return mTransferFile;
 }
 

@@ -7,9 +7,9 @@
 #include <thread>
 
 #include "base/annotated_mutex.h"
+#include "data_object/list_transfer.h"
 #include "file_stream/medium_base.h"
 #include "file_utilities/detail_file_description.h"
-#include "portable_request.h"
 
 // FileStream needs the platform's headers, so its steps are repeated here, in its order and with as many locks and
 // references. Who changes Read (file_stream_read.cpp) changes this too.
@@ -18,7 +18,7 @@ class PortableStream : public sd::clip::MediumBase {
 public:
     // @param description of the file to read, of which data has arrived
     PortableStream(std::shared_ptr<sd::clip::DetailFileDescription> description,
-                   std::shared_ptr<PortableRequest> request);
+                   std::shared_ptr<sd::clip::ListTransfer> transfer);
 
     // @param copied set to the count of bytes read, fewer than `length` at the end of a slice
     // @return false if there is nothing to read
@@ -30,7 +30,7 @@ private:
     sd::clip::TransferFile* findTransferFile();
     bool isReadingHere() const;
 
-    const std::shared_ptr<PortableRequest> mRequest;
+    const std::shared_ptr<sd::clip::ListTransfer> mTransfer;
     mutable sd::clip::Mutex mDescriptionMutex;
     std::shared_ptr<sd::clip::DetailFileDescription> mDescription CLIP_GUARDED_BY(mDescriptionMutex);
     std::atomic<sd::clip::TransferFile*> mTransferFile{nullptr};
