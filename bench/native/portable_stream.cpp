@@ -4,33 +4,10 @@
 
 #include "base/log.h"
 #include "file_stream/read_heartbeat.h"
+#include "file_stream/reading_mark.h"
 #include "file_stream/transfer_file.h"
 
 using namespace sd::clip;
-
-namespace {
-
-// Notes for one scope who reads.
-class ReadingMark {
-public:
-    explicit ReadingMark(std::atomic<std::thread::id>& thread)
-        : mThread(thread), mBefore(thread.exchange(std::this_thread::get_id()))
-    {
-    }
-    ReadingMark(const ReadingMark&) = delete;
-    ReadingMark& operator=(const ReadingMark&) = delete;
-
-    ~ReadingMark()
-    {
-        mThread = mBefore;
-    }
-
-private:
-    std::atomic<std::thread::id>& mThread;
-    const std::thread::id mBefore;
-};
-
-}  // namespace
 
 PortableStream::PortableStream(std::shared_ptr<DetailFileDescription> description,
                                std::shared_ptr<ListTransfer> transfer)

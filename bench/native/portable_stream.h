@@ -12,7 +12,7 @@
 #include "file_utilities/detail_file_description.h"
 
 // FileStream needs the platform's headers, so its steps are repeated here, in its order and with as many locks and
-// references. Who changes Read (file_stream_read.cpp) changes this too.
+// references. Who changes Read (file_stream.cpp, transfer_reader.cpp) changes this too.
 // Threads: one. The locks are taken because they cost something.
 class PortableStream : public sd::clip::MediumBase {
 public:

@@ -7,7 +7,7 @@ import re
 import sys
 from collections import defaultdict
 
-OWN_STEPS = "FileRequest and FileStream, as they are repeated"
+OWN_STEPS = "FileStream, as it is repeated"
 LIBRARY = "the library's portable units"
 RUNTIME = "the C++ runtime"
 SYSTEM = "the C library, without the kernel"

@@ -73,15 +73,15 @@ public:
     }
     static std::uint64_t waitTime(const FileStream& stream)
     {
-        return stream.mWaitClipboardReadTime;
+        return stream.mReader.mWaitClipboardReadTime;
     }
     static const FileTransfer* transfer(const FileStream& stream)
     {
-        return stream.mFileTransfer.get();
+        return stream.mReader.mFileTransfer.get();
     }
     static TransferFile* transferFile(const FileStream& stream)
     {
-        return stream.mTransferFile;
+        return stream.mReader.mTransferFile;
     }
     static bool unusedFieldsAreClear(const FileStream& stream)
     {
@@ -106,9 +106,9 @@ public:
                 &stream.mUnusedNumber1,
                 &stream.mUnusedNumber2,
                 &stream.mUnusedNumber3,
-                &stream.mWaitClipboardReadTime,
-                &stream.mFileTransfer,
-                &stream.mTransferFile};
+                &stream.mReader.mWaitClipboardReadTime,
+                &stream.mReader.mFileTransfer,
+                &stream.mReader.mTransferFile};
     }
 };
 

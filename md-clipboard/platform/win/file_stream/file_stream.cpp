@@ -4,7 +4,9 @@
 
 #include "base/log.h"
 #include "file_stream/read_heartbeat.h"
+#include "file_stream/reading_mark.h"
 #include "file_stream/shared_stream_open.h"
+#include "file_stream/stream_lock_scope.h"
 #include "file_stream/transfer_file.h"
 #include "file_utilities/encoding.h"
 #include "file_utilities/file_names.h"
@@ -25,7 +27,7 @@ const char* nameOf(const DetailFileDescription* description)
 
 FileStream::FileStream(std::shared_ptr<DetailFileDescription> description, FileRequestFunc data, FileCancelFunc cancel,
                        std::int32_t mode)
-    : mFileDataFunc(std::move(data)), mFileCancelFunc(std::move(cancel))
+    : mFileDataFunc(std::move(data)), mFileCancelFunc(std::move(cancel)), mReader(nullptr)
 {
     takeDescription(std::move(description));
     CLIP_LOG(kLogInfo, "mFileCancelFunc:%p setFile:%s", static_cast<void*>(&mFileCancelFunc),
@@ -36,7 +38,7 @@ FileStream::FileStream(std::shared_ptr<DetailFileDescription> description, FileR
 
 FileStream::FileStream(std::shared_ptr<DetailFileDescription> description, std::shared_ptr<FileTransfer> transfer,
                        std::int32_t /*mode*/)
-    : mFileTransfer(std::move(transfer))
+    : mReader(std::move(transfer))
 {
     takeDescription(std::move(description));
     noteReadActivity();
@@ -77,7 +79,36 @@ ULONG FileStream::Release()
     return count;
 }
 
-// ---- ISequentialStream; Read is in file_stream_read.cpp ----
+// ---- ISequentialStream ----
+
+HRESULT FileStream::Read(void* pv, ULONG cb, ULONG* pcbRead)
+{
+    if (!pv || !pcbRead)
+        return STG_E_INVALIDPOINTER;
+    if (mCancelled || mReader.IsDisconnected()) {
+        *pcbRead = 0;  // COM carries that many bytes to another process, whatever the result says
+        return STG_E_REVERTED;
+    }
+    gReadState = ReadState::kInRead;
+    noteReadActivity();
+    const HRESULT result = callWithoutExceptions([&] { return readCurrentFile(static_cast<char*>(pv), cb, *pcbRead); });
+    if (FAILED(result)) {
+        *pcbRead = 0;
+        noteReadActivity();
+        gReadState = ReadState::kBetweenReads;
+    }
+    closeReaderIfEnded();
+    return result;
+}
+
+HRESULT FileStream::readCurrentFile(char* buffer, ULONG length, ULONG& copied)
+{
+    const StreamLockScope lock(mMutex, isReadingHere());
+    const ReadingMark mark(mReadingThread);
+    if (mCancelled || mReader.IsDisconnected())
+        return STG_E_REVERTED;  // it ended before this Read had the lock, and its slice is closed
+    return mReader.Read(GetFileDescription(), buffer, length, copied);
+}
 
 HRESULT FileStream::Write(const void* /*pv*/, ULONG /*cb*/, ULONG* /*pcbWritten*/)
 {
@@ -108,7 +139,7 @@ bool FileStream::findPosition(DWORD origin, std::uint64_t& position) const
             CLIP_LOG(kLogInfo, "seek begin");
             return true;
         case STREAM_SEEK_CUR:
-            if (const TransferFile* const file = mTransferFile) {
+            if (const TransferFile* const file = mReader.Record()) {
                 position = static_cast<std::uint64_t>(file->mCopiedSize);
                 CLIP_LOG(kLogInfo, "seek cur:%lld", static_cast<long long>(position));
             }
@@ -178,7 +209,7 @@ HRESULT FileStream::Clone(IStream** /*ppstm*/)
 void FileStream::Cancel()
 {
     CLIP_LOG(kLogInfo, "Enter");
-    if (TransferFile* const file = mTransferFile)
+    if (TransferFile* const file = mReader.Record())
         file->NotifySliceReady();
     if (isReadingHere())
         mCancelled = true;
@@ -223,8 +254,7 @@ bool FileStream::mayPointAnew() const
 bool FileStream::pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode)
 {
     CLIP_LOG(kLogInfo, "mFileCancelFunc:%p", static_cast<void*>(&mFileCancelFunc));
-    if (TransferFile* const earlier = mTransferFile)
-        earlier->GiveUpReader();
+    mReader.BeginAnew();
     takeDescription(std::move(description));
     close();
     if (mode != kFileModeOpenLocal)
@@ -241,7 +271,6 @@ bool FileStream::pointAtFile(std::shared_ptr<DetailFileDescription> description,
 // Without a description, name and size stay those of the file before.
 void FileStream::takeDescription(std::shared_ptr<DetailFileDescription> description)
 {
-    mStartsAnew = true;
     if (description) {
         mFileName = GetRelativeName(*description);
         mFileSize = description->size;
@@ -279,9 +308,7 @@ void FileStream::onFileTransferData(const ClipfileDescription& /*description*/, 
 
 void FileStream::Disconnect()
 {
-    if (!isReadingHere())
-        mDiedOutsideRead = true;
-    mDisconnected = true;
+    mReader.Disconnect(isReadingHere());
     closeReaderIfEnded();
 }
 
@@ -289,14 +316,14 @@ void FileStream::Disconnect()
 // holds the lock for a moment only.
 void FileStream::closeReaderIfEnded()
 {
-    if ((!mCancelled && !mDisconnected) || isReadingHere())
+    if ((!mCancelled && !mReader.IsDisconnected()) || isReadingHere())
         return;
     while (!mMutex.try_lock()) {
         if (mReadingThread != std::thread::id())
             return;
         std::this_thread::yield();
     }
-    if (TransferFile* const file = mTransferFile)
+    if (TransferFile* const file = mReader.Record())
         file->GiveUpReader();
     mMutex.unlock();
 }

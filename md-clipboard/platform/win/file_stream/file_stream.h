@@ -15,31 +15,11 @@
 #include "base/annotated_mutex.h"
 #include "data_object/file_transfer.h"
 #include "file_stream/medium_base.h"
+#include "file_stream/transfer_reader.h"
 #include "file_utilities/detail_file_description.h"
 #include "sd/clip/clipboard_data.h"
 
 namespace sd::clip {
-
-// Holds a stream's mMutex for a scope: takes it, unless the calling thread stands inside Read and so has it already.
-// Not checked inside, as no constructor and destructor is: the check can't follow that the lock is held either way.
-class CLIP_SCOPED_CAPABILITY StreamLockScope {
-public:
-    StreamLockScope(Mutex& mutex, bool isReadingHere) CLIP_ACQUIRE(mutex) : mTaken(isReadingHere ? nullptr : &mutex)
-    {
-        if (mTaken != nullptr)
-            mTaken->lock();
-    }
-    ~StreamLockScope() CLIP_RELEASE()
-    {
-        if (mTaken != nullptr)
-            mTaken->unlock();
-    }
-    StreamLockScope(const StreamLockScope&) = delete;
-    StreamLockScope& operator=(const StreamLockScope&) = delete;
-
-private:
-    Mutex* const mTaken;
-};
 
 // What the mode argument of FileStream asks for.
 constexpr std::int32_t kFileModeOpenLocal = 1;  // open the stream's own local file
@@ -128,8 +108,6 @@ private:
     ~FileStream() override;
 
     HRESULT readCurrentFile(char* buffer, ULONG length, ULONG& copied);
-    TransferFile* waitForTransferFile() CLIP_REQUIRES(mMutex);
-    TransferFile* findTransferFile(const DetailFileDescription* description);
     bool findPosition(DWORD origin, std::uint64_t& position) const CLIP_REQUIRES(mMutex);
     bool mayPointAnew() const CLIP_REQUIRES(mMutex);
     bool pointAtFile(std::shared_ptr<DetailFileDescription> description, std::int32_t mode) CLIP_REQUIRES(mMutex);
@@ -154,17 +132,9 @@ private:
     std::uint64_t mUnusedNumber1 = 0;
     std::uint64_t mUnusedNumber2 = 0;
     std::uint64_t mUnusedNumber3 = 0;
-    // Milliseconds that the current Read has waited for its record.
-    std::uint64_t mWaitClipboardReadTime CLIP_GUARDED_BY(mMutex) = 0;
-    const std::shared_ptr<FileTransfer> mFileTransfer;  // set by the second constructor only
-    // Looked up anew by each Read; mFileTransfer keeps it alive. Atomic because Cancel reads it while a Read is at
-    // work.
-    std::atomic<TransferFile*> mTransferFile{nullptr};
+    TransferReader mReader;  // what is called the reader's in its header: under mMutex
 
     mutable Mutex mDescriptionMutex CLIP_ACQUIRED_AFTER(mMutex);  // a leaf: nothing is called under it
-    bool mStartsAnew CLIP_GUARDED_BY(mMutex) = true;              // the next Read begins its file with the first byte
-    std::atomic<bool> mDisconnected{false};                       // the data object is gone
-    std::atomic<bool> mDiedOutsideRead{false};                    // and not by what the reading thread did inside Read
     std::atomic<std::thread::id> mReadingThread{};                // who is inside Read and so holds mMutex
 };
 
