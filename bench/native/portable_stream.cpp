@@ -43,8 +43,8 @@ bool PortableStream::readCurrentFile(char* buffer, std::uint32_t length, std::ui
         return false;
     copied = count;
     noteReadActivity();
-    if (file->mCopiedSize == file->mFileSize)
-        CLIP_LOG(kLogInfo, "%s copied finish.", file->mFileKey.c_str());
+    if (file->CopiedSize() == file->FileSize())
+        CLIP_LOG(kLogInfo, "%s copied finish.", file->Key().c_str());
     gReadState = ReadState::kBetweenReads;
     return true;
 }

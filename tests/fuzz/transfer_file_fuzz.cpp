@@ -61,12 +61,12 @@ public:
         count = std::min(count, undelivered());
         if (count == 0)
             return;
-        const std::string path = mFolder.slicePath(mFile.mSliceCount);
+        const std::string path = mFolder.slicePath(mFile.SliceCount());
         require(mFile.OpenSlice(path), "a slice can be opened");
         mFile.Write(reinterpret_cast<const unsigned char*>(mBytes.data() + mDelivered), count);
         mDelivered += count;
         require(mFile.Position() == static_cast<std::int64_t>(mDelivered - finished()), "the position is the slice's");
-        require(mFile.mReadySize == static_cast<std::int64_t>(mDelivered), "the bytes count as ready");
+        require(mFile.ReadySize() == static_cast<std::int64_t>(mDelivered), "the bytes count as ready");
         if (!endsSlice && undelivered() > 0)
             return;
         mFile.CloseSlice(path);

@@ -212,7 +212,7 @@ TEST_F(ClipDataObjectTest, ATerminatorAtTheEndOfANameStandsInItsKeyAndInNoLine)
     sink(file, bytes, sizeof bytes);
     EXPECT_EQ(read(*stream.Get(), 100), "abc");
     ASSERT_NE(offer.request->GetTransferFile(file), nullptr);
-    EXPECT_EQ(offer.request->GetTransferFile(file)->mFileKey, name);
+    EXPECT_EQ(offer.request->GetTransferFile(file)->Key(), name);
     EXPECT_EQ(offer.request->GetTransferFile(GuestList::makeFile("a.txt", 3)), nullptr);
     EXPECT_EQ(RecordingLog::count(5, "startRequestFileData:a.txt mRequestFileState:0"), 1);
     EXPECT_EQ(RecordingLog::count(5, "Download a.txt finish."), 1);
@@ -241,7 +241,7 @@ TEST_F(ClipDataObjectTest, AnApplicationThatSleepsFourSecondsBetweenTwoReadsHasC
     EXPECT_EQ(mGuest.listener->events()[0].message, "user cancel file transfer");
     EXPECT_EQ(mGuest.cancelled, std::vector<std::string>{"file0"});
     EXPECT_EQ(mOffer.request->GetRequestFileState(), RequestFileState::kRequestFailed);
-    EXPECT_EQ(mOffer.request->GetTransferFile(mGuest.files[1])->mReadySize, 2);
+    EXPECT_EQ(mOffer.request->GetTransferFile(mGuest.files[1])->ReadySize(), 2);
     EXPECT_EQ(mOffer.getContents(1), DV_E_FORMATETC);
 }
 
@@ -334,7 +334,7 @@ TEST_F(ClipDataObjectTest, ItsOperationsOnATransferAreThoseOfItsRequest)
     EXPECT_EQ(transfer.GetTransferFile(mGuest.files[1]), nullptr);
     mGuest.deliver(1, "01");
     ASSERT_NE(transfer.GetTransferFile(mGuest.files[1]), nullptr);
-    EXPECT_EQ(transfer.GetTransferFile(mGuest.files[1])->mReadySize, 2);
+    EXPECT_EQ(transfer.GetTransferFile(mGuest.files[1])->ReadySize(), 2);
     transfer.NotifyFileTransferFailed();
     EXPECT_EQ(RecordingLog::count(5, "Cancel file stream wait."), 1);
     transfer.CancelRemoteTransfer();

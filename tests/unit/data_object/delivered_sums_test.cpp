@@ -31,10 +31,10 @@ TEST_F(DeliveredSums, AFileThatIsTooLongStaysInItsSlice)
 {
     start();
     mGuest.deliver(0, "0123456789x");
-    EXPECT_EQ(record(0)->mSliceCount, 0);
+    EXPECT_EQ(record(0)->SliceCount(), 0);
     mGuest.deliver(0, "y");
-    EXPECT_EQ(record(0)->mSliceCount, 0);
-    EXPECT_EQ(record(0)->mReadySize, 12);
+    EXPECT_EQ(record(0)->SliceCount(), 0);
+    EXPECT_EQ(record(0)->ReadySize(), 12);
     expectUnfinished();
 }
 
@@ -51,7 +51,7 @@ TEST_F(DeliveredSumsOfLargeFiles, ASliceThatIsNotTheLastEndsNoFile)
 {
     start();
     mGuest.deliver(0, std::string(kSliceSize, 'a'));
-    EXPECT_EQ(record(0)->mSliceCount, 1);
+    EXPECT_EQ(record(0)->SliceCount(), 1);
     EXPECT_TRUE(mGuest.eventsOf("transferFinish").empty());
     EXPECT_EQ(RecordingLog::count(5, "Download file0 finish."), 0);
     mGuest.deliver(0, "b");
@@ -64,7 +64,7 @@ TEST_F(DeliveredSumsOfLargeFiles, ASliceThatTakesAFileBeyondItsSizeEndsNoFile)
 {
     start();
     mGuest.deliver(1, std::string(kSliceSize + 1, 'a'));
-    EXPECT_EQ(record(1)->mSliceCount, 1);
+    EXPECT_EQ(record(1)->SliceCount(), 1);
     EXPECT_TRUE(mGuest.eventsOf("transferFinish").empty());
     expectUnfinished();
 }

@@ -30,6 +30,16 @@ public:
     {
         request.mTransfer->mState.setUnlessEnding(state);
     }
+    template <class File>
+    static auto& slices(File& file)
+    {
+        return file.mSlices;
+    }
+    template <class File>
+    static auto& sliceMutex(File& file)
+    {
+        return file.mSliceMutex;
+    }
 };
 
 }  // namespace sd::clip

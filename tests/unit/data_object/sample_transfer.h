@@ -8,9 +8,67 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "data_object/slice_path.h"
+#include "data_object/transfer_files.h"
 #include "file_stream/transfer_file.h"
+
+namespace sd::clip {
+
+// The fields of a record, as const as the record is.
+class TestAccess {
+public:
+    template <class File>
+    static auto& slices(File& file)
+    {
+        return file.mSlices;
+    }
+    template <class File>
+    static auto& sliceWriter(File& file)
+    {
+        return file.mSliceWriter;
+    }
+    template <class File>
+    static auto& sliceReader(File& file)
+    {
+        return file.mSliceReader;
+    }
+    template <class File>
+    static auto& copiedSize(File& file)
+    {
+        return file.mCopiedSize;
+    }
+    template <class File>
+    static auto& readSliceIndex(File& file)
+    {
+        return file.mReadSliceIndex;
+    }
+    template <class File>
+    static auto& currentSlice(File& file)
+    {
+        return file.mCurrentSlice;
+    }
+    static Mutex& writingMutex(TransferFile& file)
+    {
+        return file.mClaim.WritingMutex();
+    }
+    static std::vector<const void*> fields(const TransferFile& file)
+    {
+        return {&file.mFileKey,        &file.mSlices,       &file.mFileSize,    &file.mReadySize,
+                &file.mSliceWriter,    &file.mSliceCount,   &file.mSliceReader, &file.mCopiedSize,
+                &file.mReadSliceIndex, &file.mCurrentSlice, &file.mSliceMutex,  &file.mSliceReady};
+    }
+    static std::vector<const TransferFile*> records(const TransferFiles& files)
+    {
+        std::vector<const TransferFile*> result;
+        for (const auto& file : files.mFiles)
+            result.push_back(file.get());
+        return result;
+    }
+};
+
+}  // namespace sd::clip
 
 constexpr std::size_t kMebibyte = 1048576;
 
@@ -72,7 +130,7 @@ public:
 
     std::string nextPath() const
     {
-        return sd::clip::MakeSlicePath(mFolder.directory(), file.mFileKey, file.mSliceCount);
+        return sd::clip::MakeSlicePath(mFolder.directory(), file.Key(), file.SliceCount());
     }
 
     // A delivery that stays in the open slice.
@@ -98,7 +156,7 @@ public:
     void deliver(const std::string& bytes)
     {
         write(bytes);
-        if (file.Position() >= static_cast<std::int64_t>(kMebibyte) || file.mReadySize == file.mFileSize)
+        if (file.Position() >= static_cast<std::int64_t>(kMebibyte) || file.ReadySize() == file.FileSize())
             finishSlice();
     }
 

@@ -77,7 +77,7 @@ TEST_F(TransferDataSink, DeliveriesEndFilesAndTheList)
     EXPECT_EQ(mGuest.eventsOf("endClipboardFile"),
               (std::vector<std::string>{"all file transfer complete", "all file transfer complete"}));
     EXPECT_EQ(mGuest.listener->events().back().number, 30);
-    EXPECT_EQ(record(0)->mSliceCount, 1);
+    EXPECT_EQ(record(0)->SliceCount(), 1);
     EXPECT_EQ(countFilesOnDisk(), 3);
     EXPECT_EQ(sliceSizes(2), std::vector<std::uintmax_t>{0});
     EXPECT_EQ(RecordingLog::count(5, "Download file0 finish."), 1);
@@ -121,23 +121,23 @@ TEST_F(TransferDataSink, ASliceIsFinishedWhereItWasOpenedThoughTheCacheDirectory
     const std::string path = slicePath(0, 0);
     ClipboardImpl::instance()->InitFileLazyRenderer("C:\\another-cache\\");
     mGuest.deliver(0, "56789");
-    EXPECT_EQ(record(0)->mSlices, std::vector<std::string>{path});
+    EXPECT_EQ(TestAccess::slices(*record(0)), std::vector<std::string>{path});
 }
 
 TEST_F(TransferDataSinkOfLargeFiles, ASliceOnDiskEndsWithTheDeliveryThatReachesAMebibyte)
 {
     start();
     mGuest.deliver(0, std::string(1048576, 'a'));
-    EXPECT_EQ(record(0)->mSliceCount, 1);
+    EXPECT_EQ(record(0)->SliceCount(), 1);
     EXPECT_EQ(sliceSizes(0), (std::vector<std::uintmax_t>{1048576}));
     mGuest.deliver(0, "b");
-    EXPECT_EQ(record(0)->mSliceCount, 2);
+    EXPECT_EQ(record(0)->SliceCount(), 2);
     EXPECT_EQ(sliceSizes(0), (std::vector<std::uintmax_t>{1048576, 1}));
     mGuest.deliver(1, std::string(5000000, 'c'));
-    EXPECT_EQ(record(1)->mSliceCount, 1);
+    EXPECT_EQ(record(1)->SliceCount(), 1);
     EXPECT_EQ(sliceSizes(1), (std::vector<std::uintmax_t>{5000000}));
     mGuest.deliver(2, std::string(1048576, 'd'));
-    EXPECT_EQ(record(2)->mSliceCount, 1);
+    EXPECT_EQ(record(2)->SliceCount(), 1);
     EXPECT_EQ(sliceSizes(2), (std::vector<std::uintmax_t>{1048576}));
     EXPECT_EQ(countFilesOnDisk(), 4);
     EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFinished);
@@ -167,7 +167,7 @@ TEST_F(TransferDataSink, TwoFilesWithTheSameJoinedNameShareARecord)
     mGuest.sink(one, &oneByte, 1);
     mGuest.sink(other, &oneByte, 1);
     EXPECT_EQ(mRequest->GetTransferFile(one), mRequest->GetTransferFile(other));
-    EXPECT_EQ(mRequest->GetTransferFile(one)->mReadySize, 2);
+    EXPECT_EQ(mRequest->GetTransferFile(one)->ReadySize(), 2);
 }
 
 TEST_F(TransferDataSinkOfTwins, NeverFinishForTheyShareARecord)
@@ -179,7 +179,7 @@ TEST_F(TransferDataSinkOfTwins, NeverFinishForTheyShareARecord)
     EXPECT_EQ(mGuest.eventsOf("transferFinish"), std::vector<std::string>{"readySize/fileSize:10/10"});
     EXPECT_TRUE(mGuest.eventsOf("endClipboardFile").empty());
     EXPECT_EQ(mRequest->GetRequestFileState(), State::kTransfering);
-    EXPECT_EQ(record(0)->mReadySize, 20);
+    EXPECT_EQ(record(0)->ReadySize(), 20);
 }
 
 // The sum counts what a list says of its folders, and nobody delivers a folder.
@@ -215,7 +215,7 @@ TEST_F(TransferDataSink, SilenceOfTheReaderCancelsAtTheNextDelivery)
     mGuest.deliver(0, "3");
     EXPECT_EQ(RecordingLog::count(6, "mClipData is nullptr. maybe use canceled."), 1);
     EXPECT_EQ(mGuest.cancelled.size(), 1u);
-    EXPECT_EQ(record(0)->mReadySize, 2);
+    EXPECT_EQ(record(0)->ReadySize(), 2);
 }
 
 TEST_F(TransferDataSink, WithoutAStreamSilenceIsAnotherPastes)
@@ -240,10 +240,10 @@ TEST_F(TransferDataSink, AStrayDeliveryAfterTheEndOfASilentReaderCancelsNothing)
     EXPECT_TRUE(mGuest.cancelled.empty());
     EXPECT_NE(mRequest->GetClipboardData(), nullptr);
     EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFinished);
-    EXPECT_EQ(record(0)->mReadySize, 10);
+    EXPECT_EQ(record(0)->ReadySize(), 10);
     fallSilent(0);
     mGuest.deliver(0, "x");  // the reader is back: taken as any other
-    EXPECT_EQ(record(0)->mReadySize, 11);
+    EXPECT_EQ(record(0)->ReadySize(), 11);
 }
 
 TEST_F(TransferDataSink, ADeliveryThatACancelOvertakesDoesNotReviveTheRequest)
@@ -265,7 +265,7 @@ TEST_F(TransferDataSink, TheLastDeliveryDoesNotFinishARequestThatACancelOvertook
     mGuest.deliver(2, "");
     mGuest.deliver(1, std::string(20, 'b'));
     deliverWhileAnotherThreadCancels(0);
-    EXPECT_EQ(record(0)->mReadySize, 10);
+    EXPECT_EQ(record(0)->ReadySize(), 10);
     EXPECT_EQ(mGuest.cancelled.size(), 1u);
     EXPECT_EQ(mRequest->GetRequestFileState(), State::kRequestFailed);
     EXPECT_FALSE(mRequest->IsDataTransfering());
@@ -308,7 +308,7 @@ TEST_F(TransferDataSink, ItsEventsAreRaisedUnderTheDataLockAndNotUnderThatOfASli
         constexpr int kWrong = 100;
         underLock[event.operation] += DataLockScope::isHeldByThisThread() && isDataLockTaken() ? 1 : kWrong;
         for (std::size_t i = 0; i < mGuest.files.size(); ++i)
-            EXPECT_FALSE(record(i) != nullptr && isTaken(record(i)->mSliceMutex)) << event.operation;
+            EXPECT_FALSE(record(i) != nullptr && isTaken(TestAccess::sliceMutex(*record(i)))) << event.operation;
     };
     start();
     underLock.clear();

@@ -12,6 +12,8 @@
 #include "sample_transfer.h"
 #include "support/recording_log.h"
 
+using sd::clip::TestAccess;
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -71,10 +73,10 @@ TEST(TransferFile, ChunksOfASliceEachGiveAWholeSlice)
     ThreeSlices transfer;
     for (std::size_t i = 0; i < 3; ++i) {
         expectBytes(transfer.read(kMebibyte), transfer.bytes.substr(i * kMebibyte, kMebibyte));
-        EXPECT_EQ(transfer.file.mSliceReader, nullptr) << "the slice closes with its last byte";
-        EXPECT_EQ(transfer.file.mReadSliceIndex, static_cast<std::int32_t>(i + 1));
-        EXPECT_EQ(transfer.file.mCopiedSize, static_cast<std::int64_t>((i + 1) * kMebibyte));
-        EXPECT_EQ(transfer.file.mCurrentSlice, transfer.file.mSlices[i]);
+        EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr) << "the slice closes with its last byte";
+        EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), static_cast<std::int32_t>(i + 1));
+        EXPECT_EQ(transfer.file.CopiedSize(), static_cast<std::int64_t>((i + 1) * kMebibyte));
+        EXPECT_EQ(TestAccess::currentSlice(transfer.file), TestAccess::slices(transfer.file)[i]);
     }
     expectBytes(transfer.read(kMebibyte), "");
 }
@@ -98,10 +100,10 @@ TEST(TransferFile, ASliceStaysOpenWhileItHasMore)
 {
     ThreeSlices transfer;
     transfer.read(kMebibyte - 1);
-    ASSERT_NE(transfer.file.mSliceReader, nullptr);
-    EXPECT_TRUE(transfer.file.mSliceReader->is_open());
+    ASSERT_NE(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_TRUE(TestAccess::sliceReader(transfer.file)->is_open());
     expectBytes(transfer.read(1), transfer.bytes.substr(kMebibyte - 1, 1));
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
 }
 
 TEST(TransferFile, AChunkBeyondASliceGivesTheWholeSlice)
@@ -130,10 +132,10 @@ TEST(TransferFile, ALongSliceIsWrittenAndReadWhole)
     const std::string bytes = makeBytes(33 * kMebibyte + 1);
     SampleTransfer transfer(static_cast<std::int64_t>(bytes.size()));
     transfer.deliver(bytes);
-    EXPECT_EQ(transfer.file.mSliceCount, 1);
-    EXPECT_EQ(transfer.file.mReadySize, transfer.file.mFileSize);
+    EXPECT_EQ(transfer.file.SliceCount(), 1);
+    EXPECT_EQ(transfer.file.ReadySize(), transfer.file.FileSize());
     expectBytes(transfer.read(40 * kMebibyte), bytes);
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
 }
 
 TEST(TransferFile, AfterTheEndTheFileBeginsAgain)
@@ -142,8 +144,8 @@ TEST(TransferFile, AfterTheEndTheFileBeginsAgain)
     for (int i = 0; i < 3; ++i)
         transfer.read(kMebibyte);
     expectBytes(transfer.read(kMebibyte), "");
-    EXPECT_EQ(transfer.file.mCopiedSize, 0);
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 0);
+    EXPECT_EQ(transfer.file.CopiedSize(), 0);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 0);
     expectBytes(transfer.read(kMebibyte), transfer.bytes.substr(0, kMebibyte));
     expectBytes(transfer.read(kMebibyte), transfer.bytes.substr(kMebibyte, kMebibyte));
 }
@@ -153,16 +155,16 @@ TEST(TransferFile, ReadingLogsEachStep)
     SlicedTransfer transfer(9, {"first", "last"});
     RecordingLog::clear();
     transfer.read(3);
-    const std::string reader = printAddress(transfer.file.mSliceReader.get());
+    const std::string reader = printAddress(TestAccess::sliceReader(transfer.file).get());
     transfer.read(3);
     const auto lines = RecordingLog::messages();
-    const std::string first = transfer.file.mSlices[0];
+    const std::string first = TestAccess::slices(transfer.file)[0];
     EXPECT_EQ(lines,
               (std::vector<std::string>{"Create new ifstream:" + reader, "Start Read(0):" + first + " isOpen:1",
                                         "Read file (" + first + ") finish. Close and delete ifstream:" + reader}));
     RecordingLog::clear();
     transfer.read(9);
-    EXPECT_EQ(RecordingLog::count(5, "Start Read(1):" + transfer.file.mSlices[1] + " isOpen:1"), 1);
+    EXPECT_EQ(RecordingLog::count(5, "Start Read(1):" + TestAccess::slices(transfer.file)[1] + " isOpen:1"), 1);
     RecordingLog::clear();
     transfer.read(9);
     EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"Copy folder\\file.bin end."});
@@ -184,17 +186,17 @@ TEST(TransferFile, AnEmptyReaderAtTheEndIsGivenUpAndKeepsTheSum)
 {
     SampleTransfer transfer(4);
     transfer.deliver("data");
-    transfer.file.mSliceReader = std::make_unique<std::ifstream>();
-    transfer.file.mCopiedSize = 5;
-    transfer.file.mReadSliceIndex = 1;
+    TestAccess::sliceReader(transfer.file) = std::make_unique<std::ifstream>();
+    TestAccess::copiedSize(transfer.file) = 5;
+    TestAccess::readSliceIndex(transfer.file) = 1;
     expectBytes(transfer.read(100), "");
     EXPECT_EQ(RecordingLog::messages(), std::vector<std::string>{"Copy end. copyed size:5, filesize:4"});
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 0);
-    EXPECT_EQ(transfer.file.mCopiedSize, 5);
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 0);
+    EXPECT_EQ(transfer.file.CopiedSize(), 5);
     expectBytes(transfer.read(100), "");
     EXPECT_EQ(RecordingLog::count(5, "Copy folder\\file.bin end."), 1);
-    EXPECT_EQ(transfer.file.mCopiedSize, 0);
+    EXPECT_EQ(transfer.file.CopiedSize(), 0);
     expectBytes(transfer.read(100), "data");
 }
 
@@ -203,12 +205,12 @@ TEST(TransferFile, AReadOfNoBytesOpensTheSliceAndMovesNothing)
     SampleTransfer transfer(4);
     transfer.deliver("data");
     expectBytes(transfer.read(0), "");
-    ASSERT_NE(transfer.file.mSliceReader, nullptr);
-    EXPECT_TRUE(transfer.file.mSliceReader->is_open());
-    EXPECT_EQ(transfer.file.mCopiedSize, 0);
+    ASSERT_NE(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_TRUE(TestAccess::sliceReader(transfer.file)->is_open());
+    EXPECT_EQ(transfer.file.CopiedSize(), 0);
     expectBytes(transfer.read(2), "da");
     expectBytes(transfer.read(0), "");
-    EXPECT_EQ(transfer.file.mCopiedSize, 2);
+    EXPECT_EQ(transfer.file.CopiedSize(), 2);
     expectBytes(transfer.read(2), "ta");
 }
 
@@ -219,22 +221,23 @@ TEST(TransferFile, WhatIsDeliveredBeyondTheSizeIsReadToTheEndOfItsSlice)
     expectBytes(transfer.read(3), "def");  // beyond the size now, but the slice has more
     expectBytes(transfer.read(100), "gh");
     expectBytes(transfer.read(100), "");
-    EXPECT_EQ(transfer.file.mCopiedSize, 0);
+    EXPECT_EQ(transfer.file.CopiedSize(), 0);
 }
 
 TEST(TransferFile, AMissingSliceGivesAHoleAndThenAWait)
 {
     SlicedTransfer transfer(9, {"one", "two", "six"});
-    std::filesystem::remove(transfer.file.mSlices[1]);
+    std::filesystem::remove(TestAccess::slices(transfer.file)[1]);
     expectBytes(transfer.read(100), "one");
     RecordingLog::clear();
     expectBytes(transfer.read(100), "");
-    EXPECT_TRUE(RecordingLog::hasLine(5, "Start Read(1):" + transfer.file.mSlices[1] + " isOpen:0"));
-    EXPECT_TRUE(RecordingLog::hasLine(5, "Read file (" + transfer.file.mSlices[1] + ") finish. Close and delete"));
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 2);
+    EXPECT_TRUE(RecordingLog::hasLine(5, "Start Read(1):" + TestAccess::slices(transfer.file)[1] + " isOpen:0"));
+    EXPECT_TRUE(
+        RecordingLog::hasLine(5, "Read file (" + TestAccess::slices(transfer.file)[1] + ") finish. Close and delete"));
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 2);
     expectBytes(transfer.read(100), "six");
-    EXPECT_EQ(transfer.file.mCopiedSize, 6);
+    EXPECT_EQ(transfer.file.CopiedSize(), 6);
 
     auto waiting = readWaiting(transfer, 100);
     transfer.addSlice("end");
@@ -244,35 +247,35 @@ TEST(TransferFile, AMissingSliceGivesAHoleAndThenAWait)
 TEST(TransferFile, AMissingSliceIsPassedByAReadOfNoBytesToo)
 {
     SlicedTransfer transfer(6, {"one", "two"});
-    std::filesystem::remove(transfer.file.mSlices[0]);
+    std::filesystem::remove(TestAccess::slices(transfer.file)[0]);
     expectBytes(transfer.read(0), "");
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 1);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 1);
     expectBytes(transfer.read(100), "two");
 }
 
 TEST(TransferFile, AShortSliceLeavesTheSumShort)
 {
     SlicedTransfer transfer(6, {"one", "two"});
-    std::filesystem::resize_file(transfer.file.mSlices[0], 1);
+    std::filesystem::resize_file(TestAccess::slices(transfer.file)[0], 1);
     expectBytes(transfer.read(3), "o");
     expectBytes(transfer.read(3), "two");
-    EXPECT_EQ(transfer.file.mCopiedSize, 4);
+    EXPECT_EQ(transfer.file.CopiedSize(), 4);
 }
 
 // Somebody cut it, or the disk was full: no read of no bytes stands for it, which would look like the file's end.
 TEST(TransferFile, ASliceThatEndsBeforeWhatWasWrittenIsPassed)
 {
     SlicedTransfer transfer(9, {"onetwo", "end"});
-    std::filesystem::resize_file(transfer.file.mSlices[0], 3);
+    std::filesystem::resize_file(TestAccess::slices(transfer.file)[0], 3);
     expectBytes(transfer.read(3), "one");
     expectBytes(transfer.read(3), "end");
-    EXPECT_EQ(transfer.file.mCopiedSize, 6);
+    EXPECT_EQ(transfer.file.CopiedSize(), 6);
 }
 
 TEST(TransferFile, ASliceThatIsLongerThanWhatWasWrittenIsReadToItsEnd)
 {
     SlicedTransfer transfer(9, {"one", "end"});
-    std::ofstream(transfer.file.mSlices[0], std::ios::binary | std::ios::app) << "two";
+    std::ofstream(TestAccess::slices(transfer.file)[0], std::ios::binary | std::ios::app) << "two";
     expectBytes(transfer.read(3), "one");
     expectBytes(transfer.read(3), "two");
     expectBytes(transfer.read(3), "end");
@@ -345,9 +348,9 @@ TEST(TransferFile, ARestartAfterHalfASliceBeginsAtTheFirstByte)
     transfer.read(kMebibyte);
     transfer.read(700000);
     transfer.file.Restart();
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
-    EXPECT_EQ(transfer.file.mCopiedSize, 0);
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 0);
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_EQ(transfer.file.CopiedSize(), 0);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 0);
     for (std::size_t i = 0; i < 3; ++i)
         expectBytes(transfer.read(kMebibyte), transfer.bytes.substr(i * kMebibyte, kMebibyte));
     expectBytes(transfer.read(kMebibyte), "");
@@ -376,6 +379,6 @@ TEST(TransferFile, TheReaderReadsASliceThatOthersWriteAgain)
     SampleTransfer transfer(4);
     transfer.deliver("data");
     expectBytes(transfer.read(2), "da");
-    std::fstream other(transfer.file.mSlices[0], std::ios::binary | std::ios::in | std::ios::out);
+    std::fstream other(TestAccess::slices(transfer.file)[0], std::ios::binary | std::ios::in | std::ios::out);
     EXPECT_TRUE(other.is_open());
 }

@@ -12,18 +12,6 @@
 #include "file_stream/transfer_file.h"
 #include "sample_transfer.h"
 
-namespace sd::clip {
-
-class TestAccess {
-public:
-    static Mutex& writingMutex(TransferFile& file)
-    {
-        return file.mClaim.WritingMutex();
-    }
-};
-
-}  // namespace sd::clip
-
 namespace {
 
 constexpr std::uint32_t kSeed = 20240917;

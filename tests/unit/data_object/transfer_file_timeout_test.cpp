@@ -15,6 +15,8 @@
 #include "support/event_engine.h"
 #include "support/recording_log.h"
 
+using sd::clip::TestAccess;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -68,7 +70,7 @@ struct Waits {
         throwing.transfer.addSlice("first");
         throwing.transfer.read(100);
         hole.transfer.addSlice("gone");
-        std::filesystem::remove(hole.transfer.file.mSlices[0]);
+        std::filesystem::remove(TestAccess::slices(hole.transfer.file)[0]);
         hole.transfer.read(100);
         gReported = &noSecondSlice.transfer.file;
         gReportedSize = 60;
@@ -127,8 +129,8 @@ void noteReport(const EngineEvent& event)
     const std::int64_t fileSize = event.number;
     Report report{fileSize, copiedSizeOf(event), false, -1};
     if (fileSize == gReportedSize) {
-        report.readerGone = gReported->mSliceReader == nullptr;
-        report.readSliceIndex = gReported->mReadSliceIndex;
+        report.readerGone = TestAccess::sliceReader(*gReported) == nullptr;
+        report.readSliceIndex = TestAccess::readSliceIndex(*gReported);
     }
     std::lock_guard<std::mutex> lock(gReportsMutex);
     gReports.push_back(report);
@@ -192,8 +194,8 @@ TEST(TransferFileTimeout, WhatTheReportThrowsIsKeptAndTheReaderIsGivenUpAllTheSa
 {
     expectThirtySeconds(waits().throwing);
     sd::clip::TransferFile& file = waits().throwing.transfer.file;
-    EXPECT_EQ(file.mSliceReader, nullptr);
-    EXPECT_EQ(file.mReadSliceIndex, 0);
+    EXPECT_EQ(TestAccess::sliceReader(file), nullptr);
+    EXPECT_EQ(TestAccess::readSliceIndex(file), 0);
     EXPECT_THROW(file.RethrowReportFailure(), std::runtime_error);
     EXPECT_NO_THROW(file.RethrowReportFailure());
     EXPECT_NO_THROW(waits().noSlice.transfer.file.RethrowReportFailure());
@@ -203,11 +205,11 @@ TEST(TransferFileTimeout, WhatTheReportThrowsIsKeptAndTheReaderIsGivenUpAllTheSa
 TEST(TransferFileTimeout, TheSumStaysAndTheNextReadBeginsTheFileAgain)
 {
     SampleTransfer& transfer = waits().noSecondSlice.transfer;
-    EXPECT_EQ(transfer.file.mSliceReader, nullptr);
-    EXPECT_EQ(transfer.file.mReadSliceIndex, 0);
-    EXPECT_EQ(transfer.file.mCopiedSize, 5);
+    EXPECT_EQ(TestAccess::sliceReader(transfer.file), nullptr);
+    EXPECT_EQ(TestAccess::readSliceIndex(transfer.file), 0);
+    EXPECT_EQ(transfer.file.CopiedSize(), 5);
     const ReadResult again = transfer.read(100);
     EXPECT_TRUE(again.ready);
     EXPECT_EQ(again.bytes, "first");
-    EXPECT_EQ(transfer.file.mCopiedSize, 5);
+    EXPECT_EQ(transfer.file.CopiedSize(), 5);
 }

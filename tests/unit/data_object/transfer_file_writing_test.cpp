@@ -14,31 +14,29 @@
 #endif
 
 using sd::clip::MakeSlicePath;
+using sd::clip::TestAccess;
 using sd::clip::TransferFile;
 
 TEST(TransferFileWriting, ANewRecordIsEmpty)
 {
     TransferFile file("key", 17);
-    EXPECT_EQ(file.mFileKey, "key");
-    EXPECT_EQ(file.mFileSize, 17);
-    EXPECT_TRUE(file.mSlices.empty());
-    EXPECT_EQ(file.mReadySize, 0);
-    EXPECT_EQ(file.mSliceCount, 0);
-    EXPECT_EQ(file.mSliceReader, nullptr);
-    EXPECT_EQ(file.mCopiedSize, 0);
-    EXPECT_EQ(file.mReadSliceIndex, 0);
-    EXPECT_EQ(file.mCurrentSlice, "");
-    ASSERT_NE(file.mSliceWriter, nullptr);
-    EXPECT_FALSE(file.mSliceWriter->is_open());
+    EXPECT_EQ(file.Key(), "key");
+    EXPECT_EQ(file.FileSize(), 17);
+    EXPECT_TRUE(TestAccess::slices(file).empty());
+    EXPECT_EQ(file.ReadySize(), 0);
+    EXPECT_EQ(file.SliceCount(), 0);
+    EXPECT_EQ(TestAccess::sliceReader(file), nullptr);
+    EXPECT_EQ(file.CopiedSize(), 0);
+    EXPECT_EQ(TestAccess::readSliceIndex(file), 0);
+    EXPECT_EQ(TestAccess::currentSlice(file), "");
+    ASSERT_NE(TestAccess::sliceWriter(file), nullptr);
+    EXPECT_FALSE(file.IsSliceOpen());
 }
 
 TEST(TransferFileWriting, FieldsStandInTheirOrder)
 {
     const TransferFile file("key", 0);
-    const std::vector<const void*> fields = {&file.mFileKey,      &file.mSlices,      &file.mFileSize,
-                                             &file.mReadySize,    &file.mSliceWriter, &file.mSliceCount,
-                                             &file.mSliceReader,  &file.mCopiedSize,  &file.mReadSliceIndex,
-                                             &file.mCurrentSlice, &file.mSliceMutex,  &file.mSliceReady};
+    const std::vector<const void*> fields = TestAccess::fields(file);
     for (std::size_t i = 1; i < fields.size(); ++i)
         EXPECT_LT(fields[i - 1], fields[i]) << "field " << i;
 }
@@ -52,28 +50,28 @@ TEST(TransferFileWriting, DeliveriesGoToTheOpenSliceOneAfterTheOther)
     EXPECT_EQ(transfer.file.Position(), 6);
     transfer.write("second");
     EXPECT_EQ(transfer.file.Position(), 12);
-    EXPECT_EQ(transfer.file.mReadySize, 12);
-    EXPECT_EQ(transfer.file.mSliceCount, 0);
-    EXPECT_TRUE(transfer.file.mSlices.empty());
+    EXPECT_EQ(transfer.file.ReadySize(), 12);
+    EXPECT_EQ(transfer.file.SliceCount(), 0);
+    EXPECT_TRUE(TestAccess::slices(transfer.file).empty());
 
     transfer.finishSlice();
-    EXPECT_FALSE(transfer.file.mSliceWriter->is_open());
-    EXPECT_EQ(transfer.file.mSliceCount, 1);
-    EXPECT_EQ(transfer.file.mSlices, std::vector<std::string>{path});
+    EXPECT_FALSE(transfer.file.IsSliceOpen());
+    EXPECT_EQ(transfer.file.SliceCount(), 1);
+    EXPECT_EQ(TestAccess::slices(transfer.file), std::vector<std::string>{path});
     EXPECT_EQ(readWholeFile(path), "first,second");
 }
 
 TEST(TransferFileWriting, OneStreamServesEverySlice)
 {
     SampleTransfer transfer(1000);
-    const std::ofstream* const writer = transfer.file.mSliceWriter.get();
+    const std::ofstream* const writer = TestAccess::sliceWriter(transfer.file).get();
     transfer.addSlice("one");
     transfer.addSlice("two");
-    EXPECT_EQ(transfer.file.mSliceWriter.get(), writer);
-    ASSERT_EQ(transfer.file.mSlices.size(), 2u);
-    EXPECT_EQ(readWholeFile(transfer.file.mSlices[0]), "one");
-    EXPECT_EQ(readWholeFile(transfer.file.mSlices[1]), "two");
-    EXPECT_EQ(transfer.file.mReadySize, 6);
+    EXPECT_EQ(TestAccess::sliceWriter(transfer.file).get(), writer);
+    ASSERT_EQ(TestAccess::slices(transfer.file).size(), 2u);
+    EXPECT_EQ(readWholeFile(TestAccess::slices(transfer.file)[0]), "one");
+    EXPECT_EQ(readWholeFile(TestAccess::slices(transfer.file)[1]), "two");
+    EXPECT_EQ(transfer.file.ReadySize(), 6);
 }
 
 TEST(TransferFileWriting, BytesOfEveryValueArriveUnchanged)
@@ -82,16 +80,16 @@ TEST(TransferFileWriting, BytesOfEveryValueArriveUnchanged)
     const std::string bytes = makeBytes(100000) + "\n\r\n\x1a\x1a." + makeBytes(100000);
     SampleTransfer transfer(static_cast<std::int64_t>(bytes.size()));
     transfer.deliver(bytes);
-    EXPECT_TRUE(readWholeFile(transfer.file.mSlices.at(0)) == bytes);
+    EXPECT_TRUE(readWholeFile(TestAccess::slices(transfer.file).at(0)) == bytes);
 }
 
 TEST(TransferFileWriting, AnEmptyFileGetsAnEmptySlice)
 {
     SampleTransfer transfer(0);
     transfer.deliver("");
-    ASSERT_EQ(transfer.file.mSliceCount, 1);
-    EXPECT_TRUE(std::filesystem::exists(transfer.file.mSlices.at(0)));
-    EXPECT_EQ(std::filesystem::file_size(transfer.file.mSlices.at(0)), 0u);
+    ASSERT_EQ(transfer.file.SliceCount(), 1);
+    EXPECT_TRUE(std::filesystem::exists(TestAccess::slices(transfer.file).at(0)));
+    EXPECT_EQ(std::filesystem::file_size(TestAccess::slices(transfer.file).at(0)), 0u);
 }
 
 TEST(TransferFileWriting, NullDataOfNoBytesIsWrittenAsNothing)
@@ -99,7 +97,7 @@ TEST(TransferFileWriting, NullDataOfNoBytesIsWrittenAsNothing)
     SampleTransfer transfer(0);
     transfer.file.OpenSlice(transfer.nextPath());
     transfer.file.Write(nullptr, 0);
-    EXPECT_EQ(transfer.file.mReadySize, 0);
+    EXPECT_EQ(transfer.file.ReadySize(), 0);
     EXPECT_EQ(transfer.file.Position(), 0);
 }
 
@@ -108,8 +106,8 @@ TEST(TransferFileWriting, ADeliveryIsNeverSplit)
     SampleTransfer transfer(5000000);
     const std::string bytes = makeBytes(5000000);
     transfer.deliver(bytes);
-    ASSERT_EQ(transfer.file.mSliceCount, 1);
-    EXPECT_EQ(readWholeFile(transfer.file.mSlices[0]), bytes);
+    ASSERT_EQ(transfer.file.SliceCount(), 1);
+    EXPECT_EQ(readWholeFile(TestAccess::slices(transfer.file)[0]), bytes);
 }
 
 TEST(TransferFileWriting, ALaterTransferWritesOverTheSlicesOfAnEarlierOne)
@@ -140,11 +138,11 @@ TEST(TransferFileWriting, AFailedOpenStopsNothingAndTheSumsGoOn)
     EXPECT_FALSE(transfer.file.OpenSlice(missing));
     const unsigned char data[10] = {};
     transfer.file.Write(data, sizeof data);
-    EXPECT_EQ(transfer.file.mReadySize, 10);
+    EXPECT_EQ(transfer.file.ReadySize(), 10);
     EXPECT_LT(transfer.file.Position(), 0);
     transfer.file.CloseSlice(missing);
-    EXPECT_EQ(transfer.file.mSliceCount, 1);
-    EXPECT_EQ(transfer.file.mSlices, std::vector<std::string>{missing});
+    EXPECT_EQ(transfer.file.SliceCount(), 1);
+    EXPECT_EQ(TestAccess::slices(transfer.file), std::vector<std::string>{missing});
 }
 
 TEST(TransferFileWriting, AnOpenAfterAFailedOneSucceeds)
@@ -154,7 +152,7 @@ TEST(TransferFileWriting, AnOpenAfterAFailedOneSucceeds)
     transfer.write("kept");
     EXPECT_EQ(transfer.file.Position(), 4);
     transfer.finishSlice();
-    EXPECT_EQ(readWholeFile(transfer.file.mSlices.at(0)), "kept");
+    EXPECT_EQ(readWholeFile(TestAccess::slices(transfer.file).at(0)), "kept");
 }
 
 // A stream that kept some of it would write it when it is closed, and the slice may be a newer list's by then.
@@ -174,9 +172,9 @@ TEST(TransferFileWriting, AnAbandonedSliceIsClosedAndNoReaderGetsIt)
     transfer.file.AbandonSlice();
     transfer.write("first,");
     transfer.file.AbandonSlice();
-    EXPECT_FALSE(transfer.file.mSliceWriter->is_open());
-    EXPECT_EQ(transfer.file.mSliceCount, 0);
-    EXPECT_TRUE(transfer.file.mSlices.empty());
+    EXPECT_FALSE(transfer.file.IsSliceOpen());
+    EXPECT_EQ(transfer.file.SliceCount(), 0);
+    EXPECT_TRUE(TestAccess::slices(transfer.file).empty());
 }
 
 // ---- Slices that the disk does not take ----
@@ -223,7 +221,7 @@ TEST(TransferFileWriting, BytesThatTheDiskRefusedAreNotWrittenLater)
     transfer.file.Write(reinterpret_cast<const unsigned char*>("third"), 5);
     transfer.file.AbandonSlice();
     EXPECT_EQ(readWholeFile(path), "first,");
-    EXPECT_EQ(transfer.file.mReadySize, 18);
+    EXPECT_EQ(transfer.file.ReadySize(), 18);
     transfer.file.CloseSlice(path);
     EXPECT_TRUE(transfer.file.NeedsOpening());
 }
@@ -259,8 +257,8 @@ TEST(TransferFileWriting, TheNewerListOfOneNameHasItsSlicesToItself)
     EXPECT_FALSE(lists.newer.HasLostSlices());
 
     TwoLists::write(lists.older, lists.path, "older.");
-    EXPECT_FALSE(lists.older.mSliceWriter->is_open());
-    EXPECT_EQ(lists.older.mReadySize, 12);
+    EXPECT_FALSE(lists.older.IsSliceOpen());
+    EXPECT_EQ(lists.older.ReadySize(), 12);
     lists.older.CloseSlice(lists.path);
     EXPECT_FALSE(lists.older.OpenSlice(MakeSlicePath(lists.folder.directory(), "key", 1)));
     lists.newer.CloseSlice(lists.path);

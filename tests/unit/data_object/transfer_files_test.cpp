@@ -9,21 +9,6 @@
 
 #include "sample_transfer.h"
 
-namespace sd::clip {
-
-class TestAccess {
-public:
-    static std::vector<const TransferFile*> records(const TransferFiles& files)
-    {
-        std::vector<const TransferFile*> result;
-        for (const auto& file : files.mFiles)
-            result.push_back(file.get());
-        return result;
-    }
-};
-
-}  // namespace sd::clip
-
 using sd::clip::ClipfileDescription;
 using sd::clip::MakeFileKey;
 using sd::clip::TestAccess;
@@ -66,8 +51,8 @@ TEST(TransferFiles, FindsWhatWasAddedAndNothingElse)
     EXPECT_EQ(files.Find("b"), b);
     EXPECT_EQ(files.Find(""), nullptr);
     EXPECT_EQ(files.Find("ab"), nullptr);
-    EXPECT_EQ(a->mFileKey, "a");
-    EXPECT_EQ(b->mFileSize, 8);
+    EXPECT_EQ(a->Key(), "a");
+    EXPECT_EQ(b->FileSize(), 8);
 }
 
 TEST(TransferFiles, FilesWhoseNamesJoinToTheSameTextShareARecord)
@@ -96,7 +81,7 @@ TEST(TransferFiles, TheFirstOfEqualKeysStaysFound)
     TransferFile* const first = files.Add("a", 1);
     TransferFile* const second = files.Add("a", 2);
     EXPECT_NE(first, second);
-    EXPECT_EQ(second->mFileSize, 2);
+    EXPECT_EQ(second->FileSize(), 2);
     EXPECT_EQ(files.Find("a"), first);
     EXPECT_EQ(TestAccess::records(files), (std::vector<const TransferFile*>{first, second}));
 }
@@ -121,7 +106,7 @@ TEST(TransferFiles, RecordsStayWhereTheyAreWhileOthersAreAdded)
     for (int i = 0; i < 5000; ++i) {
         const TransferFile* const found = files.Find(std::to_string(i));
         ASSERT_NE(found, nullptr) << i;
-        ASSERT_EQ(found->mFileSize, i);
+        ASSERT_EQ(found->FileSize(), i);
     }
 }
 
@@ -135,7 +120,7 @@ TEST(TransferFiles, AReaderMayLookWhileTheWriterAdds)
             const TransferFile* found = nullptr;
             while ((found = files.Find(std::to_string(i))) == nullptr)
                 std::this_thread::yield();
-            wrong += found->mFileSize == i ? 0 : 1;
+            wrong += found->FileSize() == i ? 0 : 1;
         }
     });
     for (int i = 0; i < kCount; ++i)
@@ -174,5 +159,5 @@ TEST(TransferFiles, AbandonedSlicesAreAllClosed)
         EXPECT_TRUE(files.Add(key, 1)->OpenSlice(folder.directory() + key + ".0"));
     files.AbandonSlices();
     for (const char* const key : {"a", "b"})
-        EXPECT_FALSE(files.Find(key)->mSliceWriter->is_open()) << key;
+        EXPECT_FALSE(files.Find(key)->IsSliceOpen()) << key;
 }

@@ -153,8 +153,8 @@ TEST_F(DownloadTimeout, AListenerThatThrowsFailsTheReadAndTheTransferIsCancelled
     EXPECT_EQ(mRequest->GetRequestFileState(), RequestFileState::kRequestFailed);
     EXPECT_FALSE(isListOnClipboard());
     const TransferFile& file = *mRequest->GetTransferFile(mGuest.files[0]);
-    EXPECT_EQ(file.mSliceReader, nullptr);
-    EXPECT_EQ(file.mReadSliceIndex, 0);
+    EXPECT_EQ(TestAccess::sliceReader(file), nullptr);
+    EXPECT_EQ(TestAccess::readSliceIndex(file), 0);
 }
 
 TEST_F(DownloadTimeout, WhatComesLaterIsDroppedAndTheNextListWorks)

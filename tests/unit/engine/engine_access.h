@@ -21,6 +21,17 @@ public:
         return *new ClipboardImpl;
     }
 
+    template <class File>
+    static auto& sliceReader(File& file)
+    {
+        return file.mSliceReader;
+    }
+    template <class File>
+    static auto& readSliceIndex(File& file)
+    {
+        return file.mReadSliceIndex;
+    }
+
     static void detectCopy(ClipboardImpl& engine)
     {
         engine.onDetectCopy(nullptr, 0, 0);

@@ -139,7 +139,7 @@ decltype(&_read) gRealRead = nullptr;
 // The newer list writes its slice before the older one's bytes are read from there.
 int __cdecl readAfterTheNewerList(int file, void* buffer, unsigned int size)
 {
-    if (!gNewer->HasLostSlices() && gNewer->mReadySize == 0) {
+    if (!gNewer->HasLostSlices() && gNewer->ReadySize() == 0) {
         EXPECT_TRUE(gNewer->OpenSlice(gNewerSlice));
         gNewer->Write(reinterpret_cast<const unsigned char*>("newer"), 5);
     }
@@ -157,7 +157,7 @@ TEST_F(FileStreamEnd, ANewerListThatComesInTheMiddleOfAReadRevertsIt)
     const ImportHook<decltype(&_read)> hook(nullptr, "_read", &readAfterTheNewerList);
     gRealRead = hook.real();
     const ReadResult found = read(5);
-    EXPECT_EQ(newer.mReadySize, 5);
+    EXPECT_EQ(newer.ReadySize(), 5);
     EXPECT_EQ(found.result, STG_E_REVERTED);
     EXPECT_EQ(found.count, 0u);
 }

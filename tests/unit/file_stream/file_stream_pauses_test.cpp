@@ -328,12 +328,12 @@ TEST_F(FileStreamPauses, CancelSignalsTheRecordBeforeItWaitsForTheRead)
     transfer->duringLookUp = [&] {
         std::promise<void> begins;
         waiter = std::async(std::launch::async, [&] {
-            std::unique_lock<std::mutex> lock(record.mSliceMutex.native());
+            std::unique_lock<std::mutex> lock(TestAccess::sliceMutex(record).native());
             begins.set_value();
-            return record.mSliceReady.wait_for(lock, std::chrono::seconds(20));
+            return TestAccess::sliceReady(record).wait_for(lock, std::chrono::seconds(20));
         });
         begins.get_future().wait();
-        std::unique_lock(record.mSliceMutex).unlock();  // it sleeps now
+        std::unique_lock(TestAccess::sliceMutex(record)).unlock();  // it sleeps now
         cancel = std::async(std::launch::async, [&] { stream->Cancel(); });
         EXPECT_EQ(waiter.get(), std::cv_status::no_timeout);
         EXPECT_FALSE(TestAccess::cancelled(*stream.Get()));

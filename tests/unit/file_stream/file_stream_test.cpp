@@ -363,13 +363,13 @@ TEST_F(FileStreamObject, CancelSignalsTheRecordOfTheCurrentFile)
     std::atomic<bool> waits{false};
     bool woken = false;
     std::thread waiter([&] {
-        std::unique_lock<std::mutex> lock(record.mSliceMutex.native());
+        std::unique_lock<std::mutex> lock(TestAccess::sliceMutex(record).native());
         waits = true;
-        woken = record.mSliceReady.wait_for(lock, std::chrono::seconds(20)) == std::cv_status::no_timeout;
+        woken = TestAccess::sliceReady(record).wait_for(lock, std::chrono::seconds(20)) == std::cv_status::no_timeout;
     });
     while (!waits)
         std::this_thread::yield();
-    std::unique_lock(record.mSliceMutex).unlock();  // it sleeps now
+    std::unique_lock(TestAccess::sliceMutex(record)).unlock();  // it sleeps now
     stream->Cancel();
     waiter.join();
     EXPECT_TRUE(woken);

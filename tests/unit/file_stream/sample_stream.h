@@ -88,6 +88,16 @@ public:
         return !stream.mUnusedFlag1 && !stream.mUnusedFlag2 && stream.mUnusedNumber1 == 0 &&
                stream.mUnusedNumber2 == 0 && stream.mUnusedNumber3 == 0;
     }
+    template <class File>
+    static auto& sliceMutex(File& file)
+    {
+        return file.mSliceMutex;
+    }
+    template <class File>
+    static auto& sliceReady(File& file)
+    {
+        return file.mSliceReady;
+    }
     static std::vector<const void*> members(const FileStream& stream)
     {
         return {&stream.mDestroyFunc,
@@ -191,7 +201,7 @@ public:
     {
         sd::clip::TransferFile* const known = mFiles.Find(sd::clip::MakeFileKey(file));
         sd::clip::TransferFile& record = known ? *known : addRecord(file);
-        std::string path = mFolder.utf8Path() + "\\" + file.fileName + "." + std::to_string(record.mSliceCount);
+        std::string path = mFolder.utf8Path() + "\\" + file.fileName + "." + std::to_string(record.SliceCount());
         record.OpenSlice(path);
         record.Write(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
         record.CloseSlice(path);

@@ -46,7 +46,7 @@ private:
 // Of the slice that is open, or that comes next.
 std::string pathOfSlice(const TransferFile& transfer)
 {
-    return MakeSlicePath(ClipboardEngine::Current().cacheDirectory(), transfer.mFileKey, transfer.SliceCount());
+    return MakeSlicePath(ClipboardEngine::Current().cacheDirectory(), transfer.Key(), transfer.SliceCount());
 }
 
 }  // namespace
@@ -118,28 +118,28 @@ void TransferDataSink::storeDelivery(ClipboardFileDataImpl& record, const Clipfi
     record.SetTransferredSize(record.GetTransferredSize() + size);
     const std::int64_t position = transfer.Position();
     CLIP_LOG(kLogInfo, "Download: %s:%d(%lld, %lld, %lld) all:(%lld,%lld)", file.fileName.c_str(),
-             static_cast<int>(transfer.SliceCount()), static_cast<long long>(transfer.mReadySize),
-             static_cast<long long>(size), static_cast<long long>(transfer.mFileSize),
+             static_cast<int>(transfer.SliceCount()), static_cast<long long>(transfer.ReadySize()),
+             static_cast<long long>(size), static_cast<long long>(transfer.FileSize()),
              static_cast<long long>(record.GetTransferredSize()),
              static_cast<long long>(mTransfer->mState.TotalFileSize()));
-    if (position < kSliceSize && transfer.mReadySize != transfer.mFileSize)
+    if (position < kSliceSize && !transfer.IsComplete())
         return;
     finishSlice(record, transfer, file.fileName);
 }
 
-// Equality decides: a host that delivers more than a file's size never finishes it.
+// Equality decides for the list too: a host that delivers more than its size never finishes it.
 void TransferDataSink::finishSlice(const ClipboardFileDataImpl& record, TransferFile& transfer,
                                    const std::string& fileName)
 {
     const std::string path = transfer.SlicePath();
     transfer.CloseSlice(path);
     CLIP_LOG(kLogInfo, "Download slice:%s finish, filesize=%lld. close this slice. notifySliceReady. transferFile:%p",
-             path.c_str(), static_cast<long long>(transfer.mReadySize), static_cast<void*>(&transfer));
+             path.c_str(), static_cast<long long>(transfer.ReadySize()), static_cast<void*>(&transfer));
     transfer.NotifySliceReady();
     EventsInTurn events;
-    if (transfer.mReadySize == transfer.mFileSize) {
+    if (transfer.IsComplete()) {
         events.raise(
-            [&transfer] { RaiseFileFinished(ClipboardEngine::Current(), transfer.mReadySize, transfer.mFileSize); });
+            [&transfer] { RaiseFileFinished(ClipboardEngine::Current(), transfer.ReadySize(), transfer.FileSize()); });
         CLIP_LOG(kLogInfo, "Download %s finish.", fileName.c_str());
     }
     // Empty files that come after the last byte report the end again.

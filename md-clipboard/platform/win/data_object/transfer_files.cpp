@@ -36,7 +36,7 @@ TransferFile* TransferFiles::Add(std::string key, std::int64_t fileSize)
     TransferFile* const file = made.get();
     LockScope lock(mMutex);
     mFiles.emplace_back();  // memory that runs out leaves an empty place at the most, not a record that can't be found
-    mByKey.emplace(file->mFileKey, file);
+    mByKey.emplace(file->Key(), file);
     mFiles.back() = std::move(made);
     return file;
 }
@@ -56,7 +56,7 @@ std::vector<std::string> TransferFiles::Keys() const
     LockScope lock(mMutex);
     for (const auto& file : mFiles) {
         if (file != nullptr)
-            keys.push_back(file->mFileKey);
+            keys.push_back(file->Key());
     }
     return keys;
 }

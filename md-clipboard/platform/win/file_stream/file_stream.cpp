@@ -140,7 +140,7 @@ bool FileStream::findPosition(DWORD origin, std::uint64_t& position) const
             return true;
         case STREAM_SEEK_CUR:
             if (const TransferFile* const file = mReader.Record()) {
-                position = static_cast<std::uint64_t>(file->mCopiedSize);
+                position = static_cast<std::uint64_t>(file->CopiedSize());
                 CLIP_LOG(kLogInfo, "seek cur:%lld", static_cast<long long>(position));
             }
             return true;

@@ -57,13 +57,30 @@ public:
         return mSliceCount;
     }
 
+    bool IsSliceOpen() const
+    {
+        return mSliceWriter->is_open();
+    }
+
+    // Bytes received.
+    std::int64_t ReadySize() const
+    {
+        return mReadySize;
+    }
+
+    // Equality decides: more than the file's size never completes it.
+    bool IsComplete() const
+    {
+        return mReadySize == mFileSize;
+    }
+
     // Closes the slice and adds it to those that the reader may open.
     void CloseSlice(const std::string& path);
 
     // Whether the next delivery has to open the slice. Not after a failed write: the slice stays short.
     bool NeedsOpening() const
     {
-        return !mSliceWriter->is_open() && !mHasWriteFailed;
+        return !IsSliceOpen() && !mHasWriteFailed;
     }
 
     // Closes the slice, which the reader never gets: the transfer has ended.
@@ -88,31 +105,34 @@ public:
     // Lets the next Read begin at the first byte.
     void Restart();
 
+    // Bytes handed out in this pass.
+    std::int64_t CopiedSize() const
+    {
+        return mCopiedSize;
+    }
+
     // Closes the slice that is being read.
     void GiveUpReader();
 
     // ---- Any thread ----
+    // Relative path and file name.
+    const std::string& Key() const
+    {
+        return mFileKey;
+    }
+
+    // Bytes of the whole file.
+    std::int64_t FileSize() const
+    {
+        return mFileSize;
+    }
+
     // Whether a newer list with a file of the same name has begun to write its slices. What was read before this was
     // asked is this file's if it is not so. Not undone.
     bool HasLostSlices() const
     {
         return mClaim.IsLost();
     }
-
-    // Their names and their order are known outside: they stay.
-    const std::string mFileKey;
-    std::vector<std::string> mSlices CLIP_GUARDED_BY(mSliceMutex);  // paths of finished slices
-    const std::int64_t mFileSize;
-    std::int64_t mReadySize = 0;  // the writer's: bytes received
-    // The writer's: one for the record's whole life, closed between slices.
-    std::unique_ptr<std::ofstream> mSliceWriter;
-    std::int32_t mSliceCount CLIP_GUARDED_BY(mSliceMutex) = 0;
-    std::unique_ptr<std::ifstream> mSliceReader;  // the reader's: none between slices
-    std::int64_t mCopiedSize = 0;                 // the reader's: bytes handed out in this pass
-    std::int32_t mReadSliceIndex = 0;             // the reader's: position in mSlices of the slice to open next
-    std::string mCurrentSlice;                    // the reader's: path of the slice being read
-    Mutex mSliceMutex;                            // held for a look or a change, never during a call to disk or host
-    std::condition_variable mSliceReady;          // safe by itself
 
 private:
     friend class TestAccess;
@@ -133,6 +153,21 @@ private:
     bool readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count);
     bool hasMoreInSlice();
     void giveUpWaiting(std::uint32_t* count);
+
+    // Their names and their order are known outside: they stay.
+    const std::string mFileKey;
+    std::vector<std::string> mSlices CLIP_GUARDED_BY(mSliceMutex);  // paths of finished slices
+    const std::int64_t mFileSize;
+    std::int64_t mReadySize = 0;  // the writer's: bytes received
+    // The writer's: one for the record's whole life, closed between slices.
+    std::unique_ptr<std::ofstream> mSliceWriter;
+    std::int32_t mSliceCount CLIP_GUARDED_BY(mSliceMutex) = 0;
+    std::unique_ptr<std::ifstream> mSliceReader;  // the reader's: none between slices
+    std::int64_t mCopiedSize = 0;                 // the reader's: bytes handed out in this pass
+    std::int32_t mReadSliceIndex = 0;             // the reader's: position in mSlices of the slice to open next
+    std::string mCurrentSlice;                    // the reader's: path of the slice being read
+    Mutex mSliceMutex;                            // held for a look or a change, never during a call to disk or host
+    std::condition_variable mSliceReady;          // safe by itself
 
     SliceClaim mClaim;             // safe by itself
     std::string mSlicePath;        // the writer's

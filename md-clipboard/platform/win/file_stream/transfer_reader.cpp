@@ -17,7 +17,7 @@ bool isTaken(const TransferFile& file)
 {
     if (!file.HasLostSlices())
         return false;
-    CLIP_LOG(kLogError, "A newer list has taken the slices of %s", file.mFileKey.c_str());
+    CLIP_LOG(kLogError, "A newer list has taken the slices of %s", file.Key().c_str());
     return true;
 }
 
@@ -25,13 +25,13 @@ bool isTaken(const TransferFile& file)
 HRESULT noteCopied(const TransferFile& file, ULONG copied, ULONG length)
 {
     noteReadActivity();
-    if (file.mCopiedSize == file.mFileSize)
-        CLIP_LOG(kLogInfo, "%s copied finish.", file.mFileKey.c_str());
+    if (file.CopiedSize() == file.FileSize())
+        CLIP_LOG(kLogInfo, "%s copied finish.", file.Key().c_str());
     gReadState = ReadState::kBetweenReads;
     if (copied >= length)
         return S_OK;
     CLIP_LOG(kLogError, "(%lu < %lu) copyed size:%lld, filesize:%lld", copied, length,
-             static_cast<long long>(file.mCopiedSize), static_cast<long long>(file.mFileSize));
+             static_cast<long long>(file.CopiedSize()), static_cast<long long>(file.FileSize()));
     if (copied == 0)
         noteReadActivity();
     return S_FALSE;
