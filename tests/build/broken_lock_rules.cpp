@@ -57,9 +57,9 @@ private:
     mutable sd::clip::Mutex mMutex CLIP_ACQUIRED_BEFORE(mLogMutex);
     sd::clip::Mutex mLogMutex;
     int mBalance CLIP_GUARDED_BY(mMutex) = 0;
-    int mOwner = 0;     // find_unexplained_members
-    int mCurrency = 0;  // constant
-    std::mutex mutex;   // find_hidden_locks
+    int mOwner = 0;  // find_unexplained_members
+    int mCurrency CLIP_UNGUARDED("constant") = 0;
+    std::mutex mutex;  // find_hidden_locks
 };
 
 }  // namespace

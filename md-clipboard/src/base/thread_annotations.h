@@ -16,6 +16,8 @@
 
 // ---- Members ----
 #define CLIP_GUARDED_BY(lock) CLIP_THREAD_ANNOTATION(guarded_by(lock))
+// No lock of the class guards it. @param reason why it needs none; for readers, and scripts/check-locks asks for it
+#define CLIP_UNGUARDED(reason)
 // The order in which one thread takes several. Checked with -Wthread-safety-beta.
 #define CLIP_ACQUIRED_BEFORE(...) CLIP_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
 #define CLIP_ACQUIRED_AFTER(...) CLIP_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))

@@ -59,7 +59,7 @@ private:
     // clipboard busy: the platform may ask its owner for the data during a read, and that may be a thread of the host
     // that waits here. For the same reason a thread may take it again. It guards no member.
     RecursiveTimedMutex mReadMutex;
-    OpenedClipboard mClipboard;  // what Open opened; safe by itself
+    OpenedClipboard mClipboard CLIP_UNGUARDED("safe by itself");  // what Open opened
 };
 
 }  // namespace sd::clip

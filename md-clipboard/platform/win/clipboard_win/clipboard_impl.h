@@ -96,19 +96,19 @@ private:
     void keepClipData(std::shared_ptr<ClipboardData> data);
 
     std::shared_ptr<ClipboardListener> mListener CLIP_GUARDED_BY(mStateMutex);
-    HiddenWindow mWindow;                                                   // safe by itself
-    ClipboardGuard mGuard{this};                                            // safe by itself
-    LatestTaskThread mDetectThread;                                         // safe by itself
-    FormatMap mFormats;                                                     // safe by itself
+    HiddenWindow mWindow CLIP_UNGUARDED("safe by itself");
+    ClipboardGuard mGuard CLIP_UNGUARDED("safe by itself"){this};
+    LatestTaskThread mDetectThread CLIP_UNGUARDED("safe by itself");
+    FormatMap mFormats CLIP_UNGUARDED("safe by itself");
     std::shared_ptr<ClipboardData> mClipData CLIP_GUARDED_BY(mStateMutex);  // the record now being exchanged
-    NotedDataObject mNoted;                                                 // safe by itself
+    NotedDataObject mNoted CLIP_UNGUARDED("safe by itself");
     std::atomic<bool> mFileClipboardSupported{false};
-    FileClipboardLazyRenderer mFileLazyRenderer;  // safe by itself
+    FileClipboardLazyRenderer mFileLazyRenderer CLIP_UNGUARDED("safe by itself");
 
     mutable Mutex mStateMutex;  // a leaf: nothing is called under it
 
-    OleClipboard mOleClipboard;    // safe by itself
-    WorkThreadCaller mWorkThread;  // safe by itself
+    OleClipboard mOleClipboard CLIP_UNGUARDED("safe by itself");
+    WorkThreadCaller mWorkThread CLIP_UNGUARDED("safe by itself");
 };
 
 }  // namespace sd::clip

@@ -46,15 +46,15 @@ private:
     void runLatest() CLIP_REQUIRES(mMutex);
     void runUnlocked(std::function<void()> task) CLIP_REQUIRES(mMutex);
 
-    std::string mName = "default";  // a label, read by nothing and so without a lock
-    std::thread mThread;            // no lock: let go by the constructor, and only looked at afterwards
+    std::string mName CLIP_UNGUARDED("read by nothing") = "default";  // a label
+    std::thread mThread CLIP_UNGUARDED("let go by the constructor, and only looked at afterwards");
     Mutex mMutex;
-    std::condition_variable mCondition;  // safe by itself
+    std::condition_variable mCondition CLIP_UNGUARDED("safe by itself");
     bool mStop CLIP_GUARDED_BY(mMutex) = false;
     std::deque<std::function<void()>> mTasks CLIP_GUARDED_BY(mMutex);  // first in first out; the engine never fills it
     std::function<void()> mLatestTask CLIP_GUARDED_BY(mMutex);
     std::promise<bool> mStoppedPromise CLIP_GUARDED_BY(mMutex);
-    std::future<bool> mStopped;  // no lock: the constructor's and the destructor's alone
+    std::future<bool> mStopped CLIP_UNGUARDED("the constructor's and the destructor's alone");
 };
 
 }  // namespace sd::clip

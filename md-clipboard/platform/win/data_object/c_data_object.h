@@ -8,6 +8,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "base/thread_annotations.h"
+
 namespace sd::clip {
 
 // Made by plain new, with one reference; it deletes itself with the last.
@@ -61,10 +63,10 @@ private:
     std::atomic<IDataObject*> mShellDataObject{nullptr};  // one reference is held
 
 protected:
-    // Registered numbers, 0 until DataObjectInit and constant after it.
-    std::uint32_t mFormatFileDesc = 0;
-    std::uint32_t mFormatFileContent = 0;
-    std::uint32_t mFormatAsyncFlag = 0;
+    // Registered numbers, 0 until DataObjectInit.
+    std::uint32_t mFormatFileDesc CLIP_UNGUARDED("constant after DataObjectInit") = 0;
+    std::uint32_t mFormatFileContent CLIP_UNGUARDED("constant after DataObjectInit") = 0;
+    std::uint32_t mFormatAsyncFlag CLIP_UNGUARDED("constant after DataObjectInit") = 0;
 
 private:
     std::atomic<std::uint32_t> mRefCount{1};

@@ -139,7 +139,7 @@ private:
     bool mDropsDeliveries CLIP_GUARDED_BY(mLock) = false;
     bool mCancelRuns CLIP_GUARDED_BY(mLock) = false;
     bool mIsFailureReported CLIP_GUARDED_BY(mLock) = false;
-    std::uint64_t mTotalFileSize = 0;                                      // no lock: constant after SetRecord
+    std::uint64_t mTotalFileSize CLIP_UNGUARDED("constant after SetRecord") = 0;
     std::atomic<RequestFileState> mState{RequestFileState::kRequestIdle};  // written under mLock
     std::atomic<bool> mStarting{false};                                    // written under the data lock
     std::atomic<bool> mHasStream{false};                                   // before, the heartbeat is another paste's

@@ -1,8 +1,8 @@
 // Pastes a guest's file list through one placeholder: an empty file stands on the clipboard as a cut one, and where it
 // lands is where the host brings the files.
 //
-// This class keeps the order of the steps, and what they share under its locks. The steps themselves stand in parts that
-// know nothing of this class: cache_cleaning.h, PlaceholderFile, drop_file_publication.h, DriveWatcher, Landing,
+// This class keeps the order of the steps, and what they share under its locks. The steps themselves stand in parts
+// that know nothing of this class: cache_cleaning.h, PlaceholderFile, drop_file_publication.h, DriveWatcher, Landing,
 // TargetFile, RenderingWait and copied_file.h.
 #pragma once
 

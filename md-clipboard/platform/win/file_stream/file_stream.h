@@ -126,13 +126,12 @@ private:
     std::shared_ptr<DetailFileDescription> mFileDescription CLIP_GUARDED_BY(mDescriptionMutex);
     bool mIsWaiting CLIP_GUARDED_BY(mMutex) = false;  // nothing sets it yet
     bool mSeekable CLIP_GUARDED_BY(mMutex) = false;   // nothing sets it yet
-    // Cleared and not read, so without a lock.
-    bool mUnusedFlag1 = false;
-    bool mUnusedFlag2 = false;
-    std::uint64_t mUnusedNumber1 = 0;
-    std::uint64_t mUnusedNumber2 = 0;
-    std::uint64_t mUnusedNumber3 = 0;
-    TransferReader mReader;  // what is called the reader's in its header: under mMutex
+    bool mUnusedFlag1 CLIP_UNGUARDED("cleared and not read") = false;
+    bool mUnusedFlag2 CLIP_UNGUARDED("cleared and not read") = false;
+    std::uint64_t mUnusedNumber1 CLIP_UNGUARDED("cleared and not read") = 0;
+    std::uint64_t mUnusedNumber2 CLIP_UNGUARDED("cleared and not read") = 0;
+    std::uint64_t mUnusedNumber3 CLIP_UNGUARDED("cleared and not read") = 0;
+    TransferReader mReader CLIP_UNGUARDED("the reader's half is under mMutex");
 
     mutable Mutex mDescriptionMutex CLIP_ACQUIRED_AFTER(mMutex);  // a leaf: nothing is called under it
     std::atomic<std::thread::id> mReadingThread{};                // who is inside Read and so holds mMutex

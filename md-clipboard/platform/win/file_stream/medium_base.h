@@ -22,8 +22,8 @@ public:
 protected:
     Mutex mMutex;                         // the lock of the whole medium, the derived class's fields included
     std::atomic<bool> mCancelled{false};  // read without the lock
-    // Called at the end of the medium, if set. Without a lock, since nothing sets it yet.
-    std::function<bool()> mDestroyFunc;
+    // Called at the end of the medium, if set.
+    std::function<bool()> mDestroyFunc CLIP_UNGUARDED("nothing sets it yet");
 
 private:
     friend class TestAccess;

@@ -47,7 +47,7 @@ private:
 
     const std::uint64_t mListNumber;
     std::atomic<bool> mLost{false};
-    std::vector<std::string> mNames;  // without a lock: the writer's alone, and the destructor's
+    std::vector<std::string> mNames CLIP_UNGUARDED("the writer's alone, and the destructor's");
     Mutex mWriting;
 };
 

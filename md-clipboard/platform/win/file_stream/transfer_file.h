@@ -158,27 +158,28 @@ private:
     const std::string mFileKey;
     std::vector<std::string> mSlices CLIP_GUARDED_BY(mSliceMutex);  // paths of finished slices
     const std::int64_t mFileSize;
-    std::int64_t mReadySize = 0;  // the writer's: bytes received
-    // The writer's: one for the record's whole life, closed between slices.
-    std::unique_ptr<std::ofstream> mSliceWriter;
+    std::int64_t mReadySize CLIP_UNGUARDED("the writer's") = 0;  // bytes received
+    // One for the record's whole life, closed between slices.
+    std::unique_ptr<std::ofstream> mSliceWriter CLIP_UNGUARDED("the writer's");
     std::int32_t mSliceCount CLIP_GUARDED_BY(mSliceMutex) = 0;
-    std::unique_ptr<std::ifstream> mSliceReader;  // the reader's: none between slices
-    std::int64_t mCopiedSize = 0;                 // the reader's: bytes handed out in this pass
-    std::int32_t mReadSliceIndex = 0;             // the reader's: position in mSlices of the slice to open next
-    std::string mCurrentSlice;                    // the reader's: path of the slice being read
-    Mutex mSliceMutex;                            // held for a look or a change, never during a call to disk or host
-    std::condition_variable mSliceReady;          // safe by itself
+    std::unique_ptr<std::ifstream> mSliceReader CLIP_UNGUARDED("the reader's");  // none between slices
+    std::int64_t mCopiedSize CLIP_UNGUARDED("the reader's") = 0;                 // bytes handed out in this pass
+    std::int32_t mReadSliceIndex CLIP_UNGUARDED("the reader's") = 0;  // position in mSlices of the slice to open next
+    std::string mCurrentSlice CLIP_UNGUARDED("the reader's");         // path of the slice being read
+    Mutex mSliceMutex;  // held for a look or a change, never during a call to disk or host
+    std::condition_variable mSliceReady CLIP_UNGUARDED("safe by itself");
 
-    SliceClaim mClaim;             // safe by itself
-    std::string mSlicePath;        // the writer's
-    bool mHasOpened = false;       // the writer's: this slice
-    bool mHasWriteFailed = false;  // the writer's: of this slice
-    std::int64_t mSliceSize = 0;   // the writer's: bytes given to the open slice
+    SliceClaim mClaim CLIP_UNGUARDED("safe by itself");
+    std::string mSlicePath CLIP_UNGUARDED("the writer's");
+    bool mHasOpened CLIP_UNGUARDED("the writer's") = false;       // this slice
+    bool mHasWriteFailed CLIP_UNGUARDED("the writer's") = false;  // of this slice
+    std::int64_t mSliceSize CLIP_UNGUARDED("the writer's") = 0;   // bytes given to the open slice
     // Of the finished slices, in bytes; what a failed write kept out is counted. Negative if never opened.
     std::vector<std::int64_t> mSliceSizes CLIP_GUARDED_BY(mSliceMutex);
-    std::int64_t mCurrentSliceSize = 0;  // the reader's: what mSliceSizes tells of the slice being read
-    std::int64_t mReadOfSlice = 0;       // the reader's: bytes that came from it
-    std::exception_ptr mReportFailure;   // the reader's: null, mostly
+    // What mSliceSizes tells of the slice being read.
+    std::int64_t mCurrentSliceSize CLIP_UNGUARDED("the reader's") = 0;
+    std::int64_t mReadOfSlice CLIP_UNGUARDED("the reader's") = 0;      // bytes that came from it
+    std::exception_ptr mReportFailure CLIP_UNGUARDED("the reader's");  // null, mostly
 };
 
 }  // namespace sd::clip

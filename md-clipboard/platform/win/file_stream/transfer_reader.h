@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/thread_annotations.h"
 #include "data_object/file_transfer.h"
 #include "file_stream/transfer_file.h"
 #include "file_utilities/detail_file_description.h"
@@ -60,11 +61,12 @@ private:
     TransferFile* findRecord(const DetailFileDescription* description) const;
     bool readFrom(TransferFile& file, char* buffer, std::uint32_t length, std::uint32_t& count);
 
-    std::uint64_t mWaitClipboardReadTime = 0;  // the reader's: milliseconds that the current Read has waited
+    // Milliseconds that the current Read has waited.
+    std::uint64_t mWaitClipboardReadTime CLIP_UNGUARDED("the reader's") = 0;
     const std::shared_ptr<FileTransfer> mFileTransfer;
     // Looked up anew by each Read. Atomic because others look at it while a Read is at work.
     std::atomic<TransferFile*> mTransferFile{nullptr};
-    bool mStartsAnew = true;  // the reader's
+    bool mStartsAnew CLIP_UNGUARDED("the reader's") = true;
     std::atomic<bool> mDisconnected{false};
     std::atomic<bool> mDiedOutsideRead{false};  // and not by what the reading thread did inside Read
 };
