@@ -131,6 +131,7 @@ HRESULT ClipDataObject::renderContents(const FORMATETC& format, STGMEDIUM& mediu
 
 // One stream serves all files in turn: whoever pastes finishes one before asking for the next. A stream that is busy
 // with another file is given out all the same; the failure is in the log only.
+// @return with a reference of its own, which the caller owns; null without memory
 FileStream* ClipDataObject::streamFor(const ClipfileDescription& file, ClipboardFileDataImpl& record)
 {
     const auto description = std::make_shared<DetailFileDescription>(file);
