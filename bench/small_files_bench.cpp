@@ -100,7 +100,7 @@ private:
 
 BenchResult measureGrowthDeliver(const std::wstring& work)
 {
-    constexpr int kRounds = 5;
+    constexpr int kRounds = 3;
     const auto writeList = [&](std::size_t count, Costs& costs) {
         const SmallFiles bareNames(work, count);
         SmallFiles files(work, count);  // made last, so its directory counts
@@ -119,7 +119,7 @@ BenchResult measureGrowthDeliver(const std::wstring& work)
 
 BenchResult measureGrowthRead(const std::wstring& work)
 {
-    constexpr int kRounds = 9;
+    constexpr int kRounds = 5;
     SmallFiles fewFiles(work, kFew);
     fewFiles.deliver();
     SmallFiles manyFiles(work, kMany);
