@@ -6,6 +6,7 @@
 
 #include "file_stream/transfer_file.h"
 #include "sample_transfer.h"
+#include "support/recording_log.h"
 
 #ifdef _WIN32
 #include <io.h>
@@ -233,7 +234,7 @@ namespace {
 
 // The file of two lists, in one cache directory.
 struct TwoLists {
-    TransferFile older{"key", 12};
+    TransferFile older{"key", 200000};
     TransferFile newer{"key", 5};
     SliceFolder folder;
     const std::string path = MakeSlicePath(folder.directory(), "key", 0);
@@ -273,6 +274,22 @@ TEST(TransferFileWriting, AnOlderListThatComesLateWritesNothing)
     EXPECT_TRUE(lists.older.HasLostSlices());
     EXPECT_EQ(lists.older.Position(), -1);
     EXPECT_EQ(readWholeFile(lists.path), "newer");
+}
+
+// The newer list empties the slice that the older list's reader is in. Its next slice does not come.
+TEST(TransferFileWriting, AReaderWhoseSliceANewerListEmptiesWaitsForNoOther)
+{
+    TwoLists lists;
+    TwoLists::write(lists.older, lists.path, makeBytes(100000));
+    lists.older.CloseSlice(lists.path);
+    std::string buffer(65536, '\0');
+    std::uint32_t count = 0;
+    ASSERT_TRUE(lists.older.Read(buffer.data(), 65536, &count));
+    lists.newer.OpenSlice(lists.path);
+    RecordingLog::clear();
+    EXPECT_TRUE(lists.older.Read(buffer.data(), 65536, &count));
+    EXPECT_EQ(count, 0u);
+    EXPECT_FALSE(RecordingLog::hasLine(5, "Wait slice file.."));
 }
 
 TEST(TransferFileWriting, ListsOfOneNameInTwoFoldersDoNotMeet)

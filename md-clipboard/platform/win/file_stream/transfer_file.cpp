@@ -249,7 +249,8 @@ void TransferFile::openFinishedSlice()
 }
 
 // A slice closes with its last byte and not at the call after it.
-// @return false if the slice is shorter than what was written: nothing came, and the next slice has its turn
+// @return false if the slice is shorter than what was written: nothing came, and the next slice has its turn, unless a
+//         newer list has emptied this one
 bool TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32_t* count)
 {
     const bool isBegun = mReadOfSlice > 0;
@@ -262,7 +263,7 @@ bool TransferFile::readOpenSlice(char* buffer, std::uint32_t length, std::uint32
              static_cast<void*>(mSliceReader.get()));
     mSliceReader->close();
     mSliceReader.reset();
-    return *count > 0 || !isBegun;
+    return *count > 0 || !isBegun || HasLostSlices();
 }
 
 // A look one byte ahead costs as much as a small read, so it is taken at the end of what was written only.
