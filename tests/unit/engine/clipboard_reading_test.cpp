@@ -143,6 +143,25 @@ TEST_F(ClipboardReading, InFullPostProcessModeACopiedFolderStaysOneEntry)
     EXPECT_NE(files[0].mode & 0x4000, 0);
 }
 
+// The host may set it while the paths are looked at, which can take long.
+TEST_F(ClipboardReading, TheModeIsAskedForWhenThePathsHaveBeenLookedAt)
+{
+    static ClipboardImpl* engine = nullptr;
+    static decltype(&GetFileAttributesW) real = nullptr;
+    engine = &mEngine;
+    mFolder.addFile(L"folder\\a.txt", "1");
+    mOwner.putDropList({mFolder.path() + L"\\folder"});
+    const ImportHook<decltype(&GetFileAttributesW)> hook(
+        nullptr, "GetFileAttributesW", +[](LPCWSTR path) -> DWORD {
+            engine->SetSupportFileClipboardFullPostProcessMode(true);
+            return real(path);
+        });
+    real = hook.real();
+    const auto files = readFiles();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(files[0].fileName, "folder");
+}
+
 TEST_F(ClipboardReading, ADropListWhoseFilesHaveAllVanishedYieldsAnEmptyRecord)
 {
     mOwner.putDropList({mFolder.path() + L"\\gone.txt"});

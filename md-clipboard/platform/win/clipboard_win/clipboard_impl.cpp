@@ -223,7 +223,8 @@ std::shared_ptr<ClipboardData> ClipboardImpl::readFiles()
     if (paths == nullptr || paths->empty())
         return nullptr;
     // In full post-process mode a copied directory stays one entry: the host walks it by its own means.
-    auto record = LocalCopyReader::describe(*paths, !mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode());
+    auto record = LocalCopyReader::describe(
+        *paths, [this] { return !mFileLazyRenderer.GetSupportFileClipboardFullPostProcessMode(); });
     keepClipData(record);
     return record;
 }

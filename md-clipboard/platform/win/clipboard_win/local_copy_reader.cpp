@@ -110,10 +110,11 @@ std::shared_ptr<std::vector<std::string>> LocalCopyReader::readPaths() const
     return paths;
 }
 
-std::shared_ptr<ClipboardFileDataImpl> LocalCopyReader::describe(const std::vector<std::string>& paths, bool isExpanded)
+std::shared_ptr<ClipboardFileDataImpl> LocalCopyReader::describe(const std::vector<std::string>& paths,
+                                                                 const std::function<bool()>& isExpanded)
 {
     const auto list = std::make_unique<ClipFileList>(paths);
-    list->ExpandAllFiles(isExpanded);
+    list->ExpandAllFiles(isExpanded());
     std::vector<ClipfileDescription> files = list->TakeAllFiles();
     if (!files.empty()) {
         const ClipfileDescription& first = files.front();

@@ -1,6 +1,7 @@
 // Reads what is on the clipboard into a record for the host.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,9 +27,11 @@ public:
 
     // Looks at files and folders, which can take long; the clipboard is not open meanwhile.
     // @param paths as readPaths gives them
-    // @param isExpanded whether a folder stands for the files in it, and not for itself
+    // @param isExpanded whether a folder stands for the files in it, and not for itself; asked when the paths have been
+    //                   looked at
     // @return never null; without an entry if all files are gone
-    static std::shared_ptr<ClipboardFileDataImpl> describe(const std::vector<std::string>& paths, bool isExpanded);
+    static std::shared_ptr<ClipboardFileDataImpl> describe(const std::vector<std::string>& paths,
+                                                           const std::function<bool()>& isExpanded);
 
 private:
     ClipboardGuard& mGuard;
