@@ -255,6 +255,18 @@ TEST_F(FakeWalk, AFileWhoseNameCannotBeConvertedIsPassedOver)
     EXPECT_EQ(walk(), Names{"dir\\a"});
 }
 
+// Windows has no such names. Wine has, for files that were made outside of it.
+TEST_F(FakeWalk, ANameWithABackslashIsSplitThere)
+{
+    listing.addFile(kTop, L"a\\b");
+    listing.addFile(kTop, L"x\\");
+    listing.addFile(kTop, L"y");
+    EXPECT_EQ(walk(), (Names{"dir\\a\\b", "dir\\x", "dir\\y"}));
+    EXPECT_EQ(file(0).fileName, "b");
+    EXPECT_EQ(file(1).fileName, "x");
+    EXPECT_EQ(file(2).relativePath, file(1).relativePath);
+}
+
 // No file is left: the folder is what a folder without files is, and not what the lost file was.
 TEST_F(FakeWalk, AFolderWhoseOnlyFileLostItsNameIsOneEntry)
 {

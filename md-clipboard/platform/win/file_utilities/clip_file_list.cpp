@@ -156,7 +156,9 @@ void ClipFileList::ListDirectory(Walk& walk, const std::wstring& directory, cons
         if (file.fileName.empty())  // could not be converted: the directory would be offered as a file
             continue;
         FillFromFindData(file, entry);
-        mAllFiles.push_back(file);
+        DetailFileDescription& added = mAllFiles.emplace_back(file);
+        if (file.fileName.find('\\') != std::string::npos)  // under Wine a name may have one
+            SplitFilePath(added, path + '\\' + file.fileName, root);
         ++walk.fileCount;
     } while (FindNextFileW(search.Get(), &entry) && !mCancelTraverse);
 }
