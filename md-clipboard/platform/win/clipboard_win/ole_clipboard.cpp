@@ -102,7 +102,7 @@ bool OleClipboard::has(const FileRequest& request) const
            GetClipboardOwner() == installed.owner && CountClipboardFormats() != 0;
 }
 
-void OleClipboard::takeOff(const FileRequest& request, const char* line)
+void OleClipboard::takeOff(const FileRequest& request, const char* line) const
 {
     ListRemoval removal([&] { return has(request); });
     if (!removal.isPossible())

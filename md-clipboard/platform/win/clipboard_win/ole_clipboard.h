@@ -37,7 +37,7 @@ public:
 
     // Takes the request's list off, if it is still there. Any thread; the caller holds no lock.
     // @param line for the log, before the list goes; not kept
-    void takeOff(const FileRequest& request, const char* line);
+    void takeOff(const FileRequest& request, const char* line) const;
 
 private:
     struct InstalledList {

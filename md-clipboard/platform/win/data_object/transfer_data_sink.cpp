@@ -60,7 +60,9 @@ FileDataRequestCallback TransferDataSink::Make(std::shared_ptr<ListTransfer> tra
 {
     const auto sink = std::make_shared<TransferDataSink>(std::move(transfer), std::move(cancel));
     return [sink](const ClipfileDescription& file, unsigned char* data, unsigned long long size) {
-        const auto kept = sink;  // the host may let the function go while it runs
+        // The host may let the function go while it runs.
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy keeps the sink
+        const auto kept = sink;
         kept->TakeDelivery(file, data, size);
     };
 }
