@@ -198,7 +198,7 @@ TEST(BuiltFiles, NameTheSourcesByTheirPlaceInTheRepository)
 {
     for (const char* source : {"clipboard_win/clipboard_impl.cpp", "file_stream/transfer_file.cpp",
                                "file_stream/file_stream.cpp", "file_utilities/clip_file_list.cpp",
-                               "file_clipboard_lazy_renderer/drive_watching.cpp", "workthread/remote_format_file.cpp"})
+                               "file_clipboard_lazy_renderer/drive_watcher.cpp", "workthread/remote_format_file.cpp"})
         EXPECT_TRUE(builtFile("md-clipboard.dll").contains(std::string("md-clipboard/platform/win/") + source))
             << source;
 }
