@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::size_t kFileSize = 4194304;
 constexpr std::size_t kTurn = 1048576;
-constexpr int kRounds = 11;
+constexpr int kRounds = 9;
 constexpr DWORD kPatience = 60000;  // milliseconds for any step of the other process
 constexpr wchar_t kGoName[] = L"bench-paste-go";
 constexpr wchar_t kDoneName[] = L"bench-paste-done";

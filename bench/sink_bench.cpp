@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kSlices = 256;
 constexpr std::size_t kSliceSize = 1048576;
 constexpr std::size_t kReadSize = 65536;
-constexpr int kRounds = 9;
+constexpr int kRounds = 7;
 
 // The application reads each slice as soon as it is there, outside of the time that is taken: a delivery asks when the
 // application was last heard of.
